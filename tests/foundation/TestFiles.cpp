@@ -1,0 +1,96 @@
+#include "foundation/Files.h"
+#include "foundation/LocalizedError.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace tallowfern {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+int modeOf(const QString& path)
+{
+    struct stat information { };
+    ::stat(QFile::encodeName(path).constData(), &information);
+    return information.st_mode & 0777;
+}
+
+/// A disk that is full after so many bytes, for this process.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t bytes)
+    {
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+TEST(Files, AFullDiskLeavesTheOldFileAndNothingElse)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"state.json"_s);
+    writeFileAtomically(path, {"old"});
+    {
+        const FullDisk disk(1000);
+        const QByteArray big(5000, 'x');
+        EXPECT_THROW(writeFileAtomically(path, {big}), SystemError);
+    }
+    EXPECT_EQ(readFile(path), QByteArray("old"));
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    writeFileAtomically(path, {"a", "bc"});
+    EXPECT_EQ(readFile(path), QByteArray("abc"));
+}
+
+TEST(Files, EverythingIsPrivateToTheUser)
+{
+    const QTemporaryDir folder;
+    const QString inner = folder.filePath(u"a/b/c"_s);
+    ::umask(0);
+    makePrivateFolder(inner);
+    makePrivateFolder(inner);
+    writeFileAtomically(inner + u"/file"_s, {"x"});
+    ::umask(022);
+    EXPECT_EQ(modeOf(folder.filePath(u"a"_s)), 0700);
+    EXPECT_EQ(modeOf(inner), 0700);
+    EXPECT_EQ(modeOf(inner + u"/file"_s), 0600);
+    EXPECT_THROW(makePrivateFolder(inner + u"/file/below"_s), SystemError);
+}
+
+TEST(Files, AbsentAndUnreadableAreDifferentAnswers)
+{
+    const QTemporaryDir folder;
+    EXPECT_FALSE(readFile(folder.filePath(u"absent"_s)).has_value());
+    EXPECT_THROW(readFile(folder.path()), SystemError);
+}
+
+TEST(Files, DamagedFilesAreKeptBesideEachOther)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"history.json"_s);
+    const QDateTime when(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
+    for (const char* content : {"first", "second"}) {
+        writeFileAtomically(path, {content});
+        setAsideDamagedFile(path, when);
+    }
+    EXPECT_FALSE(QFileInfo::exists(path));
+    EXPECT_EQ(readFile(path + u".damaged-20260102-030405"_s), QByteArray("first"));
+    EXPECT_EQ(readFile(path + u".damaged-20260102-030405-2"_s), QByteArray("second"));
+}
+
+} // namespace
+} // namespace tallowfern
