@@ -1,0 +1,54 @@
+#include "control/ControlProtocol.h"
+
+namespace tallowfern::control {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Verb {
+    const char* name;
+    QStringList options;
+    const char* help;
+};
+
+const QList<Verb>& verbs()
+{
+    static const QList<Verb> list{
+        {"toggle", {}, "start a Dictation, or stop it and paste the words"},
+        {"push-to-talk-begin", {}, "start a Dictation that lasts until push-to-talk-end"},
+        {"push-to-talk-end", {}, "stop it and paste the words"},
+        {"cancel", {}, "discard the recording"},
+        {"open", {}, "bring Tallowfern to front"},
+        {"quit", {}, "end Tallowfern"},
+        {"status", {u"--json"_s, u"--follow"_s}, "print what it is doing; --json for programs, --follow at each change"},
+    };
+    return list;
+}
+
+} // namespace
+
+QString usageProblem(const QStringList& words)
+{
+    const QString name = words.value(0);
+    for (const Verb& verb : verbs()) {
+        if (name != QLatin1StringView(verb.name))
+            continue;
+        for (const QString& word : words.mid(1)) {
+            if (!verb.options.contains(word))
+                return u"\"%1\" does not take \"%2\"."_s.arg(name, word);
+        }
+        return {};
+    }
+    return u"\"%1\" is not a command."_s.arg(name);
+}
+
+QString usage()
+{
+    QString text = u"tallowfern                start Tallowfern in the tray\n"_s;
+    for (const Verb& verb : verbs())
+        text += u"tallowfern %1%2\n"_s.arg(QString::fromLatin1(verb.name), -20).arg(QString::fromLatin1(verb.help));
+    return text;
+}
+
+} // namespace tallowfern::control

@@ -1,0 +1,112 @@
+#include "StatusText.h"
+#include "control/ControlProtocol.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QFileInfo>
+#include <QJsonDocument>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+using namespace tallowfern::control;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int fail(int status, const QString& sentence)
+{
+    std::fprintf(stderr, "%s\n", qUtf8Printable(sentence));
+    return status;
+}
+
+/// Without a verb this program becomes the application, which lies beside it in build tree and installation alike.
+int becomeApplication(char** argv)
+{
+    const QString self = QFileInfo(u"/proc/self/exe"_s).symLinkTarget();
+    const QByteArray program = QFileInfo(self).path().toLocal8Bit() + "/../lib/tallowfern/tallowfern-app";
+    ::execv(program.constData(), argv);
+    return fail(kFailed, u"Tallowfern cannot be started from %1: %2. Install it again."_s.arg(
+                             QString::fromLocal8Bit(program), QString::fromLocal8Bit(std::strerror(errno))));
+}
+
+QDBusMessage call(QDBusConnection& bus, const QString& method, const QVariantList& arguments)
+{
+    auto message = QDBusMessage::createMethodCall(
+        QString::fromLatin1(kService), QString::fromLatin1(kPath), QString::fromLatin1(kInterface), method);
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return bus.call(message);
+}
+
+void print(const QString& report, bool json)
+{
+    const QJsonObject object = QJsonDocument::fromJson(report.toUtf8()).object();
+    const QByteArray text = json ? report.toUtf8() + '\n' : statusText(object).toUtf8();
+    std::fputs(text.constData(), stdout);
+    std::fflush(stdout);
+}
+
+/// Prints a report at each change, until the application ends.
+class Follower : public QObject {
+    Q_OBJECT
+public:
+    Follower(QDBusConnection& bus, bool json)
+        : m_json(json)
+        , m_watcher(QString::fromLatin1(kService), bus, QDBusServiceWatcher::WatchForUnregistration)
+    {
+        bus.connect(QString::fromLatin1(kService), QString::fromLatin1(kPath), QString::fromLatin1(kInterface),
+            u"StatusChanged"_s, this, SLOT(show(QString)));
+        connect(&m_watcher, &QDBusServiceWatcher::serviceUnregistered, qApp, &QCoreApplication::quit);
+    }
+
+public Q_SLOTS:
+    void show(const QString& report) { print(report, m_json); }
+
+private:
+    bool m_json;
+    QDBusServiceWatcher m_watcher;
+};
+
+int showStatus(QDBusConnection& bus, const QStringList& words)
+{
+    const bool json = words.contains(u"--json"_s);
+    Follower follower(bus, json); // before the first report, so that no change falls between
+    const QDBusMessage reply = call(bus, u"Status"_s, {});
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        return fail(kFailed, u"Tallowfern is not running."_s);
+    print(reply.arguments().value(0).toString(), json);
+    return words.contains(u"--follow"_s) ? QCoreApplication::exec() : kDone;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2)
+        return becomeApplication(argv);
+    QCoreApplication application(argc, argv);
+    const QStringList words = QCoreApplication::arguments().mid(1);
+    if (words.value(0) == u"--help"_s) {
+        std::fputs(qUtf8Printable(usage()), stdout);
+        return kDone;
+    }
+    if (const QString problem = usageProblem(words); !problem.isEmpty())
+        return fail(kUsage, problem + u'\n' + usage());
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return fail(kFailed, u"Tallowfern cannot be reached: there is no session bus."_s);
+    if (words.first() == u"status"_s)
+        return showStatus(bus, words);
+    const QDBusMessage reply = call(bus, u"Do"_s, {words});
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        return fail(kFailed, u"Tallowfern is not running."_s);
+    return kDone;
+}
+
+#include "main.moc"

@@ -1,0 +1,58 @@
+#include "core/AppState.h"
+
+#include "core/PreferenceMigration.h"
+
+namespace tallowfern {
+
+using namespace Qt::StringLiterals;
+
+ShortcutDefaults AppState::readyForPreferences(PlatformServices& platform)
+{
+    migrateLegacyPreferences(platform.preferences);
+    return chooseShortcutDefaults(platform.preferences, platform.hotKeyCenter);
+}
+
+AppState::AppState(PlatformServices platform, const AppPaths& paths, const ResourceLocator& resources, int processors)
+    : m_platform(platform)
+    , permissions(platform.audioCapture, platform.keyPoster)
+    , models(paths, resources.file(SpeechModel::catalog().first().fileName))
+    , history(paths, platform.clock)
+    , recorder(platform.audioCapture, paths, platform.clock)
+    , runner(platform.processLauncher, resources, processors)
+    , hotKeys(platform.hotKeyCenter, platform.clock)
+    , preferences(platform.preferences, readyForPreferences(platform))
+    , overlay(platform.clock)
+    , errors(overlay, navigation)
+    , sounds(platform.soundPlayer, preferences)
+    , restorer(platform.pasteboard, platform.clock,
+          [this] {
+              return preferences.clipboardRestoreEnabled()
+                  ? std::optional(static_cast<int>(preferences.clipboardRestoreDelay()))
+                  : std::nullopt;
+          })
+    , textDelivery(platform.workspace, platform.keyPoster, platform.clock)
+    , delivery(platform.clock, preferences, platform.pasteboard, restorer, textDelivery, history)
+    , progress(platform.clock, overlay)
+    , dictation({preferences, permissions, errors, overlay, navigation, models, recorder, runner, warmer, hotKeys,
+          platform.workspace, platform.accessibility, restorer, delivery, progress, sounds, [] { return false; }})
+    , shortcuts(preferences, hotKeys, [this] { return dictation.status().state == CaptureStatus::Case::Recording; })
+{
+    overlay.isNeeded = [this] { return dictation.status().isActive(); };
+    overlay.onEnded = [this] { dictation.overlayEnded(); };
+    errors.onPermissionErrorEnded = [this] { dictation.overlayEnded(); };
+
+    hotKeys.onToggle = [this] { dictation.toggleRecording(); };
+    hotKeys.onPushToTalkBegan = [this] { dictation.beginPushToTalk(); };
+    hotKeys.onPushToTalkEnded = [this] { dictation.endPushToTalk(); };
+    hotKeys.onCancel = [this] { dictation.cancelRecording(); };
+
+    AudioRecorder::cleanupTemporaryRecordings(paths);
+    shortcuts.refreshHotKeys();
+}
+
+void AppState::prepareToQuit()
+{
+    restorer.restoreNow();
+}
+
+} // namespace tallowfern

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "foundation/Clock.h"
+#include "platform/Accessibility.h"
+#include "platform/AudioCapture.h"
+#include "platform/HotKeyCenter.h"
+#include "platform/KeyPoster.h"
+#include "platform/Pasteboard.h"
+#include "platform/PreferenceStore.h"
+#include "platform/ProcessLauncher.h"
+#include "platform/SoundPlayer.h"
+#include "platform/Workspace.h"
+
+namespace tallowfern {
+
+/// What the application needs of a desktop. Everything here outlives AppState.
+struct PlatformServices {
+    Clock& clock;
+    PreferenceStore& preferences;
+    Pasteboard& pasteboard;
+    Workspace& workspace;
+    KeyPoster& keyPoster;
+    Accessibility& accessibility;
+    HotKeyCenter& hotKeyCenter;
+    AudioCapture& audioCapture;
+    SoundPlayer& soundPlayer;
+    ProcessLauncher& processLauncher;
+};
+
+} // namespace tallowfern

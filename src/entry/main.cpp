@@ -1,0 +1,88 @@
+#include "ControlService.h"
+#include "EndSignals.h"
+#include "LinuxDesktop.h"
+
+#include "core/AppState.h"
+#include "foundation/SystemClock.h"
+#include "interface/StatusItem.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QStandardPaths>
+#include <QThread>
+#include <QTranslator>
+
+#include <cstdio>
+
+using namespace tallowfern;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kHandedOver = 0;
+constexpr int kFailed = 1;
+
+int fail(const QString& sentence)
+{
+    std::fprintf(stderr, "tallowfern: %s\n", qUtf8Printable(sentence));
+    return kFailed;
+}
+
+/// The one thing that is said at start: the keys that the user will press in vain.
+void reportDeadHotKeys(const HotKeyManager& hotKeys)
+{
+    for (const HotKeyState& state : hotKeys.states()) {
+        if (!state.active)
+            std::fprintf(stderr, "tallowfern: another program holds %s; choose another shortcut.\n",
+                qUtf8Printable(state.shortcut.displayName()));
+    }
+}
+
+QString libexecFolder()
+{
+    return QCoreApplication::applicationDirPath(); // lib/tallowfern, in build tree and installation alike
+}
+
+int run()
+{
+    const ControlService::Claim claim = ControlService::claimName();
+    if (claim == ControlService::Claim::Another) {
+        ControlService::handOver();
+        return kHandedOver;
+    }
+
+    SystemClock clock;
+    const QString configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    auto desktop = LinuxDesktop::create(clock, configuration + u"/tallowfern"_s, libexecFolder() + u"/Resources"_s);
+    if (const QString* problem = std::get_if<QString>(&desktop))
+        return fail(*problem);
+    const auto& services = std::get<std::unique_ptr<LinuxDesktop>>(desktop);
+
+    AppState state(services->services(), AppPaths::forUser(), ResourceLocator(libexecFolder()), QThread::idealThreadCount());
+    const auto quit = [&state] {
+        state.prepareToQuit();
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); // the answer goes out first
+    };
+    const ControlService control(state, quit);
+    const StatusItem statusItem(state.dictation, quit);
+    const EndSignals endSignals(quit);
+    reportDeadHotKeys(state.hotKeys);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (const QString problem = LinuxDesktop::prepareProcess(); !problem.isEmpty())
+        return fail(problem);
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(u"tallowfern"_s);
+    QApplication::setApplicationDisplayName(u"Tallowfern"_s);
+    QApplication::setDesktopFileName(u"com.tallowfern.Tallowfern"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QTranslator catalogue;
+    if (catalogue.load(u":/translations/tallowfern_linux_en.qm"_s))
+        QApplication::installTranslator(&catalogue);
+    return run();
+}

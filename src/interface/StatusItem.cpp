@@ -1,0 +1,60 @@
+#include "interface/StatusItem.h"
+
+#include "foundation/Words.h"
+
+#include <QAction>
+#include <QCursor>
+#include <QIcon>
+
+namespace tallowfern {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A themed icon is tinted by the desktop; ours is drawn for dark panels.
+QIcon trayIcon(CaptureStatus::Case state)
+{
+    QString name = u"tallowfern-tray-idle-symbolic"_s;
+    if (state == CaptureStatus::Case::Recording)
+        name = u"tallowfern-tray-recording-symbolic"_s;
+    else if (state == CaptureStatus::Case::Processing)
+        name = u"tallowfern-tray-working-symbolic"_s;
+    return QIcon::fromTheme(name, QIcon(u":/icons/%1.svg"_s.arg(name)));
+}
+
+} // namespace
+
+StatusItem::StatusItem(DictationSession& dictation, std::function<void()> quit)
+    : m_dictation(dictation)
+{
+    buildMenu(std::move(quit));
+    connect(&dictation, &DictationSession::statusChanged, this, &StatusItem::showStatus);
+    connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger)
+            m_menu.popup(QCursor::pos());
+    });
+    showStatus();
+    m_icon.setContextMenu(&m_menu);
+    m_icon.show();
+}
+
+void StatusItem::buildMenu(std::function<void()> quit)
+{
+    const QAction* dictate = m_menu.addAction(words("Start or stop dictation"));
+    connect(dictate, &QAction::triggered, &m_dictation, &DictationSession::toggleRecording);
+    m_menu.addSeparator();
+    QAction* end = m_menu.addAction(words("Quit Tallowfern"));
+    end->setShortcut(QKeySequence(u"Ctrl+Q"_s));
+    connect(end, &QAction::triggered, this, std::move(quit));
+}
+
+void StatusItem::showStatus()
+{
+    const CaptureStatus& status = m_dictation.status();
+    m_icon.setIcon(trayIcon(status.state));
+    const bool failed = status.state == CaptureStatus::Case::Error;
+    m_icon.setToolTip(failed ? u"Tallowfern: "_s + status.text : u"Tallowfern"_s);
+}
+
+} // namespace tallowfern
