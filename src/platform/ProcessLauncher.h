@@ -26,7 +26,8 @@ struct ProcessExit {
 };
 
 /// A running child, in a process group of its own, that dies with us. Main thread; the callbacks run from the event
-/// loop, so those set right after the launch miss nothing. Destroying the object kills the child without waiting.
+/// loop, so those set right after the launch miss nothing, and may destroy the object. Destroying it kills the child
+/// without waiting.
 class ChildProcess {
 public:
     ChildProcess() = default;
@@ -39,7 +40,7 @@ public:
     /// Bytes as they come, in any pieces; never empty.
     std::function<void(QByteArray)> onOutput;
     std::function<void(QByteArray)> onErrorOutput;
-    /// Called once, after all output was handed over. The callee may destroy the child.
+    /// Called once, after all output was handed over.
     std::function<void(ProcessExit)> onExit;
 };
 
