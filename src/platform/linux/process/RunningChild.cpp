@@ -1,0 +1,64 @@
+#include "platform/linux/process/RunningChild.h"
+
+#include <csignal>
+#include <utility>
+
+namespace tallowfern {
+
+RunningChild::RunningChild(std::unique_ptr<QProcess> process)
+    : m_process(process.release())
+    , m_identifier(m_process->processId())
+{
+    QObject::connect(m_process, &QProcess::readyReadStandardOutput, m_process, [this] { handOverOutput(); });
+    QObject::connect(m_process, &QProcess::readyReadStandardError, m_process, [this] { handOverErrorOutput(); });
+    QObject::connect(m_process, &QProcess::finished, m_process,
+        [this](int status, QProcess::ExitStatus how) { finish(status, how); });
+}
+
+RunningChild::~RunningChild()
+{
+    m_process->disconnect(m_process);
+    if (m_process->state() == QProcess::NotRunning) {
+        m_process->deleteLater(); // this may run inside one of its signals
+        return;
+    }
+    // Deleting a QProcess waits for the child, which may be long in dying: it deletes itself when the child is gone.
+    QObject::connect(m_process, &QProcess::finished, m_process, &QObject::deleteLater);
+    m_process->closeReadChannel(QProcess::StandardOutput);
+    m_process->closeReadChannel(QProcess::StandardError);
+    ::kill(-static_cast<pid_t>(m_identifier), SIGKILL);
+}
+
+// A callback may destroy this object, so each is called by a copy and followed by nothing.
+
+void RunningChild::handOverOutput()
+{
+    QByteArray bytes = m_process->readAllStandardOutput();
+    const auto callback = onOutput;
+    if (callback && !bytes.isEmpty())
+        callback(std::move(bytes));
+}
+
+void RunningChild::handOverErrorOutput()
+{
+    QByteArray bytes = m_process->readAllStandardError();
+    const auto callback = onErrorOutput;
+    if (callback && !bytes.isEmpty())
+        callback(std::move(bytes));
+}
+
+void RunningChild::finish(int status, QProcess::ExitStatus how)
+{
+    const auto alive = m_lifetime.token();
+    handOverOutput();
+    if (alive.stop_requested())
+        return;
+    handOverErrorOutput();
+    if (alive.stop_requested())
+        return;
+    const auto callback = onExit;
+    if (callback)
+        callback({how == QProcess::CrashExit, status});
+}
+
+} // namespace tallowfern
