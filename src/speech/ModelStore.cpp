@@ -52,13 +52,10 @@ void ModelStore::bootstrapBundledPocket(const QString& source)
 void ModelStore::examinePocket(const std::optional<QString>& bundled)
 {
     m_queue.post([this, bundled, standIns = m_standIns, installed = localPath(catalog().first())] {
-        bool standIn = isOneOf(installed, standIns);
-        bool replaced = false;
-        // Both are compared with the known ones, so an equal file is never copied over itself.
-        if (standIn && bundled && !isOneOf(*bundled, standIns)) {
-            replaced = copyModel(*bundled, installed);
-            standIn = !replaced;
-        }
+        const auto digest = recognize(installed, standIns);
+        const auto bundledDigest = digest && bundled ? recognize(*bundled, standIns) : std::nullopt;
+        const bool replaced = digest && bundled && digest != bundledDigest && copyModel(*bundled, installed);
+        const bool standIn = replaced ? bundledDigest.has_value() : digest.has_value();
         QMetaObject::invokeMethod(
             this, [=, this] { pocketExamined(standIn, replaced); }, Qt::QueuedConnection);
     });

@@ -16,18 +16,18 @@ const QList<ModelFingerprint>& standInModels()
     return models;
 }
 
-bool isOneOf(const QString& path, const QList<ModelFingerprint>& fingerprints)
+std::optional<QByteArray> recognize(const QString& path, const QList<ModelFingerprint>& fingerprints)
 {
     QFile file(path);
     const auto hasSize = [size = file.size()](const ModelFingerprint& known) { return known.size == size; };
     if (std::none_of(fingerprints.begin(), fingerprints.end(), hasSize) || !file.open(QIODevice::ReadOnly))
-        return false;
+        return std::nullopt;
     QCryptographicHash hash(QCryptographicHash::Sha256);
     if (!hash.addData(&file))
-        return false;
+        return std::nullopt;
     const QByteArray sha256 = hash.result().toHex();
-    return std::any_of(fingerprints.begin(), fingerprints.end(),
-        [&](const ModelFingerprint& known) { return known.sha256 == sha256; });
+    const auto hasDigest = [&](const ModelFingerprint& known) { return known.sha256 == sha256; };
+    return std::any_of(fingerprints.begin(), fingerprints.end(), hasDigest) ? std::optional(sha256) : std::nullopt;
 }
 
 } // namespace tallowfern

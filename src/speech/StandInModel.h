@@ -4,6 +4,8 @@
 #include <QList>
 #include <QString>
 
+#include <optional>
+
 namespace tallowfern {
 
 /// What tells one model file from another.
@@ -16,7 +18,7 @@ struct ModelFingerprint {
 /// real one is there. They do not understand people.
 const QList<ModelFingerprint>& standInModels();
 
-/// Whether the file is one of these. Reads it whole if its size fits; any thread.
-bool isOneOf(const QString& path, const QList<ModelFingerprint>& fingerprints);
+/// The SHA-256 of the file if it is one of these. Reads it whole if its size fits; any thread.
+std::optional<QByteArray> recognize(const QString& path, const QList<ModelFingerprint>& fingerprints);
 
 } // namespace tallowfern

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "foundation/Completion.h"
+#include "foundation/LocalizedError.h"
+#include "platform/ProcessLauncher.h"
+
+#include <csignal>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace tallowfern {
+
+/// Starts no programs: the test plays the newest child. Children that are left at the end are killed, as the system
+/// does it.
+class FakeProcessLauncher final : public ProcessLauncher {
+public:
+    FakeProcessLauncher() = default;
+    FakeProcessLauncher(const FakeProcessLauncher&) = delete;
+    FakeProcessLauncher& operator=(const FakeProcessLauncher&) = delete;
+    ~FakeProcessLauncher() override
+    {
+        for (const auto& stage : std::exchange(m_stages, {}))
+            end(*stage, {true, SIGKILL});
+    }
+
+    std::vector<ProcessRequest> requests;
+    std::optional<QString> refusal; ///< the system's sentence when nothing can be started
+    std::optional<Completion<bool>> startsWhen; ///< a start that takes its time
+
+    QCoro::Task<std::unique_ptr<ChildProcess>> launch(ProcessRequest request) override
+    {
+        requests.push_back(request);
+        if (refusal)
+            throw SystemError(*refusal);
+        const auto stage = std::make_shared<Stage>();
+        m_stages.push_back(stage);
+        if (startsWhen) {
+            Completion<bool> started = *startsWhen;
+            co_await started;
+        }
+        co_return std::make_unique<Child>(stage);
+    }
+
+    void writes(const QByteArray& bytes)
+    {
+        if (Child* child = running())
+            std::function(child->onOutput)(bytes);
+    }
+    void writesError(const QByteArray& bytes)
+    {
+        if (Child* child = running())
+            std::function(child->onErrorOutput)(bytes);
+    }
+    void exits(int status) { end(*m_stages.back(), {false, status}); }
+    void isKilled(int signal) { end(*m_stages.back(), {true, signal}); }
+
+    /// The newest child runs: it has neither ended nor been destroyed.
+    bool isRunning() const { return !m_stages.empty() && m_stages.back()->child; }
+
+private:
+    class Child;
+    struct Stage {
+        Child* child = nullptr;
+    };
+
+    class Child final : public ChildProcess {
+    public:
+        explicit Child(std::shared_ptr<Stage> stage)
+            : m_stage(std::move(stage))
+        {
+            m_stage->child = this;
+        }
+        ~Child() override { m_stage->child = nullptr; }
+        qint64 processIdentifier() const override { return 0; }
+
+    private:
+        std::shared_ptr<Stage> m_stage;
+    };
+
+    Child* running() const { return m_stages.empty() ? nullptr : m_stages.back()->child; }
+
+    static void end(Stage& stage, ProcessExit exit)
+    {
+        Child* child = std::exchange(stage.child, nullptr);
+        if (child && child->onExit)
+            std::function(child->onExit)(exit); // a copy: the callee may destroy the child
+    }
+
+    std::vector<std::shared_ptr<Stage>> m_stages;
+};
+
+} // namespace tallowfern

@@ -1,0 +1,160 @@
+#include "speech/ModelStore.h"
+#include "speech/ModelWarmer.h"
+
+#include "foundation/LocalizedError.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+namespace tallowfern {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const SpeechModel kPocket = SpeechModel::catalog().first();
+
+ModelFingerprint fingerprint(const QByteArray& bytes)
+{
+    return {bytes.size(), QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex()};
+}
+
+/// A disk on which every start of the application makes a store anew.
+struct Disk {
+    std::unique_ptr<ModelStore> start()
+    {
+        return std::make_unique<ModelStore>(
+            paths, bundledPath, QList{fingerprint("old stand-in"), fingerprint("stand-in")});
+    }
+    /// Starts, and waits until the store knows what it has.
+    std::unique_ptr<ModelStore> startAndExamine()
+    {
+        auto store = start();
+        bool known = false;
+        QObject::connect(store.get(), &ModelStore::standInChanged, store.get(), [&] { known = true; });
+        while (!known)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        return store;
+    }
+    static void write(const QString& path, const QByteArray& bytes)
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    void bundle(const QByteArray& bytes)
+    {
+        bundledPath = folder.filePath(u"bundled.bin"_s);
+        write(*bundledPath, bytes);
+    }
+    QString installedPath() const { return paths.models() + u'/' + kPocket.fileName; }
+    QByteArray installed() const
+    {
+        QFile file(installedPath());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+    }
+
+    QTemporaryDir folder;
+    AppPaths paths{folder.path()};
+    std::optional<QString> bundledPath;
+};
+
+} // namespace
+
+TEST(ModelStore, PutsTheBundledModelInPlaceAndFindsItAgain)
+{
+    Disk disk;
+    EXPECT_FALSE(disk.start()->isInstalled(kPocket));
+    EXPECT_EQ(disk.start()->revision(), 0);
+
+    disk.bundle("model");
+    const auto store = disk.start();
+    EXPECT_TRUE(store->isInstalled(kPocket));
+    EXPECT_EQ(store->revision(), 1);
+    EXPECT_EQ(disk.installed(), "model");
+    EXPECT_EQ(QFileInfo(disk.installedPath()).permissions() & ~(QFile::ReadUser | QFile::WriteUser),
+        QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(disk.start()->revision(), 0);
+
+    store->deleteModel(kPocket);
+    EXPECT_FALSE(store->isInstalled(kPocket));
+    EXPECT_EQ(store->revision(), 2);
+    store->deleteModel(kPocket);
+    EXPECT_EQ(store->revision(), 2);
+    EXPECT_TRUE(disk.start()->isInstalled(kPocket)); // deleted by the user, and back at the next start
+}
+
+TEST(ModelStore, FailedCopyLeavesNothingThatLooksInstalled)
+{
+    Disk disk;
+    disk.bundledPath = disk.folder.filePath(u"missing.bin"_s);
+    EXPECT_EQ(disk.start()->revision(), 1);
+    disk.bundledPath = disk.folder.path(); // a folder cannot be read as a file
+    EXPECT_EQ(disk.start()->revision(), 1);
+    EXPECT_TRUE(QDir(disk.paths.models()).isEmpty());
+}
+
+TEST(ModelStore, FailedDeletionIsTold)
+{
+    Disk disk;
+    const auto store = disk.start();
+    ASSERT_TRUE(QDir().mkpath(disk.installedPath() + u"/in the way"_s)); // a folder is no file to be removed
+    EXPECT_THROW(store->deleteModel(kPocket), SystemError);
+    EXPECT_EQ(store->revision(), 0);
+}
+
+TEST(ModelStore, OnlyAStandInGivesWayToWhatIsBundled)
+{
+    struct Case {
+        QByteArray installed;
+        QByteArray bundled;
+        QByteArray after;
+        bool isStandIn;
+    };
+    const Case cases[] = {
+        {"stand-in", "real model", "real model", false},
+        {"stand-in", "stand-in", "stand-in", true},
+        {"old stand-in", "stand-in", "stand-in", true},
+        {"the user's own", "real model", "the user's own", false},
+        {"stand-ix", "real model", "stand-ix", false}, // same length, other bytes
+        {"", "real model", "", false},
+    };
+    for (const Case& given : cases) {
+        Disk disk;
+        disk.start();
+        Disk::write(disk.installedPath(), given.installed);
+        disk.bundle(given.bundled);
+        const auto store = disk.startAndExamine();
+        EXPECT_EQ(disk.installed(), given.after) << given.installed.data();
+        EXPECT_EQ(store->isStandIn(kPocket), given.isStandIn) << given.installed.data();
+        EXPECT_EQ(store->revision(), given.installed == given.after ? 0 : 1);
+        EXPECT_FALSE(store->isStandIn(SpeechModel::catalog().at(1)));
+        store->deleteModel(kPocket);
+        EXPECT_FALSE(store->isStandIn(kPocket));
+    }
+}
+
+TEST(ModelWarmer, EndsAtOnceInTheMiddleOfABigFile)
+{
+    QTemporaryDir folder;
+    QFile file(folder.filePath(u"big.bin"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(file.resize(64LL * 1024 * 1024 * 1024)); // sparse; reading it through would take a minute
+    QElapsedTimer timer;
+    timer.start();
+    {
+        ModelWarmer warmer;
+        warmer.warm(file.fileName());
+        warmer.warm(folder.filePath(u"missing.bin"_s));
+    }
+    EXPECT_LT(timer.elapsed(), 5000);
+}
+
+} // namespace tallowfern
