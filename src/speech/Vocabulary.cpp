@@ -34,6 +34,8 @@ QStringList longestFirst(const QStringList& terms)
 
 QString respelled(const QString& text, const QString& term)
 {
+    if (!text.contains(term, Qt::CaseInsensitive))
+        return text; // compiling an expression for each of a thousand terms would hold up a frame
     const QRegularExpression expression(
         QStringLiteral("(?<![\\p{L}\\p{N}])") + QRegularExpression::escape(term) + QStringLiteral("(?![\\p{L}\\p{N}])"),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
