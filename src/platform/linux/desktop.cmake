@@ -14,3 +14,23 @@ tallow_library(linux_process FOLDER platform/linux/process
     process/RunningChild.h
     process/RunningChild.cpp
   LINKS Tallow::platform)
+
+tallow_library(linux_sound FOLDER platform/linux/sound
+  SOURCES
+    sound/PulseAudioCapture.h
+    sound/PulseAudioCapture.cpp
+    sound/PulseAudioRecording.h
+    sound/PulseAudioRecording.cpp
+    sound/PulseCaptureStream.h
+    sound/PulseCaptureStream.cpp
+    sound/PulseContext.h
+    sound/PulseContext.cpp
+    sound/PulseSound.h
+    sound/PulseSound.cpp
+    sound/PulseSoundPlayer.h
+    sound/PulseSoundPlayer.cpp
+    sound/PulseSources.h
+    sound/PulseSources.cpp
+    sound/WavFile.h
+    sound/WavFile.cpp
+  LINKS Tallow::platform PkgConfig::PULSE)

@@ -1,0 +1,127 @@
+#include "platform/PrivateSession.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <algorithm>
+#include <csignal>
+#include <stdexcept>
+#include <sys/prctl.h>
+
+namespace tallowfern {
+
+using namespace Qt::StringLiterals;
+
+bool waitFor(const std::function<bool()>& isSo, int milliseconds)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QTimer turn; // so that the loop turns also while nothing happens
+    turn.start(5);
+    while (!isSo()) {
+        if (elapsed.elapsed() > milliseconds)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+PrivateSession::PrivateSession()
+{
+    const QString home = m_folder.filePath(u"home"_s);
+    const QString run = m_folder.filePath(u"run"_s);
+    QDir().mkpath(home);
+    QDir().mkpath(run);
+    QFile::setPermissions(run, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "PULSE_SERVER",
+             "PIPEWIRE_REMOTE", "WAYLAND_DISPLAY", "AT_SPI_BUS_ADDRESS"})
+        qunsetenv(name);
+    qputenv("HOME", home.toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", run.toLocal8Bit());
+    qputenv("GSETTINGS_BACKEND", "memory");
+    const QString bus = u"unix:path="_s + run + u"/bus"_s;
+    qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toLocal8Bit());
+    start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--address="_s + bus});
+    if (!waitFor([run] { return QFileInfo::exists(run + u"/bus"_s); }))
+        throw std::runtime_error("the session bus does not start");
+}
+
+PrivateSession::~PrivateSession()
+{
+    while (!m_processes.empty())
+        kill(m_processes.back().get());
+}
+
+QProcess* PrivateSession::start(const QString& program, const QStringList& arguments)
+{
+    auto process = std::make_unique<QProcess>();
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    process->start(program, arguments);
+    if (!process->waitForStarted())
+        throw std::runtime_error(qPrintable(program + u" does not start"_s));
+    m_processes.push_back(std::move(process));
+    return m_processes.back().get();
+}
+
+void PrivateSession::kill(QProcess* process)
+{
+    process->kill();
+    process->waitForFinished();
+    std::erase_if(m_processes, [process](const auto& each) { return each.get() == process; });
+}
+
+QString PrivateSession::output(const QString& program, const QStringList& arguments) const
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!waitFor([&process] { return process.state() == QProcess::NotRunning; }) || process.exitCode() != 0)
+        return u"(failed)"_s;
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+bool PrivateSession::succeeds(const QString& program, const QStringList& arguments) const
+{
+    return output(program, arguments) != u"(failed)"_s;
+}
+
+void PrivateSession::startSoundServer()
+{
+    start(u"pipewire"_s);
+    start(u"wireplumber"_s);
+    startPulseServer();
+}
+
+void PrivateSession::startPulseServer()
+{
+    m_pulse = start(u"pipewire-pulse"_s);
+    if (!waitFor([this] { return succeeds(u"pactl"_s, {u"info"_s}); }))
+        throw std::runtime_error("the sound server does not start");
+}
+
+void PrivateSession::stopPulseServer()
+{
+    kill(std::exchange(m_pulse, nullptr));
+}
+
+QString PrivateSession::loadModule(const QStringList& arguments) const
+{
+    return output(u"pactl"_s, QStringList{u"load-module"_s} + arguments);
+}
+
+QString PrivateSession::addMicrophone() const
+{
+    const QStringList microphone{
+        u"module-remap-source"_s, u"source_name=vmic"_s, u"master=vmic_in.monitor"_s, u"channel_map=mono"_s};
+    if (!output(u"pactl"_s, {u"list"_s, u"short"_s, u"sinks"_s}).contains(u"vmic_in"_s))
+        loadModule({u"module-null-sink"_s, u"sink_name=vmic_in"_s, u"rate=48000"_s, u"channel_map=mono"_s});
+    const QString module = loadModule(microphone);
+    succeeds(u"pactl"_s, {u"set-default-source"_s, u"vmic"_s});
+    return module;
+}
+
+} // namespace tallowfern
