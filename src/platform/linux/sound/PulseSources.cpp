@@ -17,7 +17,7 @@ PulseSources::PulseSources(PulseContext& context)
 
 PulseSources::~PulseSources()
 {
-    end();
+    stopListening();
 }
 
 std::optional<QByteArray> PulseSources::microphone() const
@@ -50,14 +50,17 @@ void PulseSources::begin()
 
 void PulseSources::end()
 {
-    {
-        const PulseContext::Lock lock(m_context);
-        if (m_context.handle())
-            pa_context_set_subscribe_callback(m_context.handle(), nullptr, nullptr);
-        keep(nullptr);
-        m_asking = m_askAgain = false;
-    }
+    stopListening();
     learn({});
+}
+
+void PulseSources::stopListening()
+{
+    const PulseContext::Lock lock(m_context);
+    if (m_context.handle())
+        pa_context_set_subscribe_callback(m_context.handle(), nullptr, nullptr);
+    keep(nullptr);
+    m_asking = m_askAgain = false;
 }
 
 void PulseSources::learn(Known known)

@@ -51,6 +51,7 @@ private:
 
     void begin();
     void end();
+    void stopListening();
     void learn(Known known);
 
     PulseContext& m_context;
