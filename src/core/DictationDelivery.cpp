@@ -52,7 +52,7 @@ QCoro::Task<> DictationDelivery::paste(FinishedDictation dictation, PasteboardSn
         const qint64 settled = co_await m_pasteboard.settledChangeCount();
         if (stop.stop_requested() || settled == delivered || attempt == kAttempts)
             co_return;
-        snapshot = co_await PasteboardSnapshot::capture(m_pasteboard);
+        snapshot = co_await m_restorer.takeClipboardSnapshotForRestore();
         if (stop.stop_requested())
             co_return;
         m_pasteboard.replaceText(dictation.text);

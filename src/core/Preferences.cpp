@@ -58,7 +58,7 @@ AgentSettings readAgentSettings(const PreferenceStore& store)
     if (!bytes)
         return AgentSettings::defaults();
     try {
-        return json::decode<AgentSettings>(*bytes);
+        return AgentSettings::fromStorage(*bytes);
     } catch (const LocalizedError&) {
         return AgentSettings::defaults();
     }

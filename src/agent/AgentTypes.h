@@ -1,0 +1,26 @@
+#pragma once
+
+#include "foundation/EnumStrings.h"
+
+namespace tallowfern {
+
+/// Who writes for Command.
+enum class AgentWritingProvider { Local, OpenAI, Gemini, Mistral };
+inline constexpr auto enumStrings(AgentWritingProvider)
+{
+    using E = AgentWritingProvider;
+    return std::array{EnumString{E::Local, "local"}, EnumString{E::OpenAI, "openAI"}, EnumString{E::Gemini, "gemini"},
+        EnumString{E::Mistral, "mistral"}};
+}
+
+/// How long a cloud model may think. None and Minimal are one to the user, and two to the models.
+enum class AgentReasoningEffort { Automatic, None, Minimal, Low, Medium, High, XHigh, Max };
+inline constexpr auto enumStrings(AgentReasoningEffort)
+{
+    using E = AgentReasoningEffort;
+    return std::array{EnumString{E::Automatic, "automatic"}, EnumString{E::None, "none"},
+        EnumString{E::Minimal, "minimal"}, EnumString{E::Low, "low"}, EnumString{E::Medium, "medium"},
+        EnumString{E::High, "high"}, EnumString{E::XHigh, "xhigh"}, EnumString{E::Max, "max"}};
+}
+
+} // namespace tallowfern

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "foundation/BackgroundQueue.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QUuid>
+
+#include <memory>
+#include <variant>
+#include <vector>
+
+namespace tallowfern {
+
+/// Changes the history file in the background, without the list in memory: a new item goes before the old file's
+/// bytes, a deleted one is cut out of them. A change that cannot be written (full disk) waits for the next one and is
+/// applied together with it, once more at the end. Main thread.
+class HistoryFile {
+public:
+    explicit HistoryFile(QString path);
+    /// Finishes what is under way.
+    ~HistoryFile();
+
+    /// `bytes` is the item's JSON object.
+    void prepend(QByteArray bytes);
+    void remove(const QUuid& id);
+
+private:
+    using Change = std::variant<QByteArray, QUuid>; ///< an item that came, or the identifier of one that went
+    /// Touched by the worker only.
+    struct Pending {
+        QString path;
+        std::vector<Change> changes;
+    };
+
+    void post(Change change);
+    static void write(Pending& pending);
+
+    std::shared_ptr<Pending> m_pending;
+    BackgroundQueue m_queue;
+};
+
+} // namespace tallowfern
