@@ -34,3 +34,15 @@ tallow_library(linux_sound FOLDER platform/linux/sound
     sound/WavFile.h
     sound/WavFile.cpp
   LINKS Tallow::platform PkgConfig::PULSE)
+
+tallow_library(linux_accessibility FOLDER platform/linux/accessibility
+  SOURCES
+    accessibility/AtspiAccessibility.h
+    accessibility/AtspiAccessibility.cpp
+    accessibility/AtspiFocus.h
+    accessibility/AtspiFocus.cpp
+    accessibility/AtspiText.h
+    accessibility/AtspiText.cpp
+    accessibility/TextUnits.h
+    accessibility/TextUnits.cpp
+  LINKS Tallow::platform Qt6::DBus QCoro6::DBus)

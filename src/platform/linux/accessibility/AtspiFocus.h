@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QHash>
+#include <QObject>
+
+namespace tallowfern {
+
+/// Remembers which element has the focus in each application, from the events of one accessibility bus. Main thread.
+class AtspiFocus final : public QObject {
+    Q_OBJECT
+public:
+    explicit AtspiFocus(const QDBusConnection& bus);
+
+    /// The element that gained the focus last in this process, and has not lost it.
+    std::optional<AccessibleElement> focusedIn(qint64 processIdentifier) const;
+
+private:
+    Q_SLOT void onStateChanged(const QDBusMessage& event);
+    void orderEvents();
+    void learnProcess(const QString& service);
+
+    struct Application {
+        qint64 processIdentifier = 0; ///< 0 until the bus has told
+        QString focusedPath; ///< empty when nothing has the focus
+    };
+
+    QDBusConnection m_bus;
+    QHash<QString, Application> m_applications; ///< by their names on the bus
+    QDBusServiceWatcher m_applicationWatcher;
+    QDBusServiceWatcher m_registryWatcher;
+};
+
+} // namespace tallowfern
