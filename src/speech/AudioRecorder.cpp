@@ -37,7 +37,7 @@ QString AudioRecorder::start()
 {
     m_paths.prepare();
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + QStringLiteral(".wav");
-    const QString path = m_paths.temporaryRecordings() + u'/' + name;
+    QString path = m_paths.temporaryRecordings() + u'/' + name;
     auto recording = m_capture.create(path, AudioSettings{});
     if (!recording->record()) {
         recording.reset();

@@ -105,7 +105,7 @@ std::optional<double> ProgressScanner::percent() const
 
 void ErrorTail::append(const QByteArray& bytes)
 {
-    constexpr qsizetype kKept = 64 * 1024;
+    constexpr qsizetype kKept = 65536;
     m_bytes += bytes;
     if (m_bytes.size() <= 2 * kKept)
         return;

@@ -9,7 +9,7 @@ namespace {
 
 void readThrough(const QString& path, const std::atomic<bool>& ending)
 {
-    constexpr qint64 kPiece = 1024 * 1024;
+    constexpr qint64 kPiece = qint64{1024} * 1024;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return; // the engine will say what is wrong with it

@@ -22,7 +22,8 @@ class EngineRun {
 public:
     void takeOutput(const QByteArray& bytes)
     {
-        constexpr qsizetype kMostOutput = 64 * 1024 * 1024; // years of speech; a program gone wild fills it in seconds
+        constexpr qsizetype kMostOutput
+            = qsizetype{64} * 1024 * 1024; // years of speech; a program gone wild fills it in seconds
         if (m_tooMuch)
             return;
         m_output += bytes;

@@ -160,7 +160,7 @@ TEST(WhisperRunner, GoesOnWhenTheRunnerIsGoneBeforeTheEngineHasStarted)
 TEST(WhisperRunner, KeepsMegabytesOfWordsAndEndsAnEngineGoneWild)
 {
     Bench bench;
-    const QByteArray megabyte(1024 * 1024, 'w');
+    const QByteArray megabyte(qsizetype{1024} * 1024, 'w');
     const auto chatty = bench.transcribe();
     for (int i = 0; i < 5; ++i) {
         bench.launcher.writes(megabyte);
