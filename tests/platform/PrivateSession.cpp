@@ -70,7 +70,9 @@ QProcess* PrivateSession::start(const QString& program, const QStringList& argum
 
 void PrivateSession::kill(QProcess* process)
 {
-    process->kill();
+    process->terminate(); // so that it ends its own children
+    if (!process->waitForFinished(1000))
+        process->kill();
     process->waitForFinished();
     std::erase_if(m_processes, [process](const auto& each) { return each.get() == process; });
 }
@@ -87,6 +89,32 @@ QString PrivateSession::output(const QString& program, const QStringList& argume
 bool PrivateSession::succeeds(const QString& program, const QStringList& arguments) const
 {
     return output(program, arguments) != u"(failed)"_s;
+}
+
+void PrivateSession::startDisplay()
+{
+    const QString number = m_folder.filePath(u"display"_s);
+    start(u"sh"_s, {u"-c"_s, u"exec Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset 3>"_s + number});
+    QFile file(number);
+    const bool isUp = waitFor([&file] { return (file.isOpen() || file.open(QIODevice::ReadOnly)) && file.size() > 1; });
+    qputenv("DISPLAY", ":" + file.readAll().trimmed());
+    qputenv("GDK_BACKEND", "x11");
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    start(u"openbox"_s, {u"--sm-disable"_s});
+    const QStringList question{u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s};
+    if (!isUp || !waitFor([this, question] { return output(u"xprop"_s, question).contains(u"window id"_s); }))
+        throw std::runtime_error("the display does not start");
+    succeeds(u"dbus-update-activation-environment"_s, {u"--all"_s});
+}
+
+QProcess* PrivateSession::startAccessibilityBus()
+{
+    QProcess* launcher = start(u"/usr/libexec/at-spi-bus-launcher"_s, {u"--launch-immediately"_s, u"--a11y=1"_s});
+    const QStringList question{
+        u"--session"_s, u"--print-reply"_s, u"--dest=org.a11y.Bus"_s, u"/org/a11y/bus"_s, u"org.a11y.Bus.GetAddress"_s};
+    if (!waitFor([this, question] { return succeeds(u"dbus-send"_s, question); }))
+        throw std::runtime_error("the accessibility bus does not start");
+    return launcher;
 }
 
 void PrivateSession::startSoundServer()

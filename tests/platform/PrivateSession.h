@@ -23,6 +23,10 @@ public:
     bool succeeds(const QString& program, const QStringList& arguments) const;
     void kill(QProcess* process);
 
+    /// An X server with a window manager, and the accessibility bus.
+    void startDisplay();
+    QProcess* startAccessibilityBus();
+
     /// PipeWire with a virtual microphone: what is played into "vmic_in" is heard from "vmic".
     void startSoundServer();
     void startPulseServer();
