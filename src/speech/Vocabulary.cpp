@@ -85,8 +85,8 @@ QString normalizeVocabulary(const QString& text, const QStringList& terms)
 
 QString vocabularyPrompt(const QStringList& terms)
 {
-    constexpr qsizetype kMostBytes
-        = qsizetype{100} * 1024; // the kernel refuses an argument of 128 KiB, and with it the start
+    // The kernel refuses an argument of 128 KiB, and with it the start.
+    constexpr qsizetype kMostBytes = qsizetype{100} * 1024;
     const QString separator = QStringLiteral(", ");
     qsizetype bytes = 0;
     qsizetype first = terms.size();

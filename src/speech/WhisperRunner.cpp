@@ -22,8 +22,8 @@ class EngineRun {
 public:
     void takeOutput(const QByteArray& bytes)
     {
-        constexpr qsizetype kMostOutput
-            = qsizetype{64} * 1024 * 1024; // years of speech; a program gone wild fills it in seconds
+        // Years of speech; a program gone wild fills it in seconds.
+        constexpr qsizetype kMostOutput = qsizetype{64} * 1024 * 1024;
         if (m_tooMuch)
             return;
         m_output += bytes;
