@@ -15,8 +15,9 @@ public:
     virtual bool canPost() const = 0;
     /// Posts the chord that pastes in `target`, whatever it is there. Waits first, for one second at most, until the
     /// user has let go of the hot key and its modifiers, and then lets go of them itself. False, with nothing posted,
-    /// when another application than `target` is in front at the moment of posting. True says that the chord was
-    /// posted, not that the application took it. The work goes on when the caller is gone.
+    /// when another application than `target` is in front at the moment of posting, or when the clipboard holds what
+    /// another program wrote. True says that the chord was posted, not that the application took it. The work goes on
+    /// when the caller is gone.
     virtual QCoro::Task<bool> paste(RunningApplication target) = 0;
 };
 

@@ -44,8 +44,7 @@ void HotKeyManager::registerShortcuts(const HotKeyShortcuts& shortcuts)
         want(kFirstProfile + static_cast<quint32>(i), shortcuts.agentProfiles[i]);
 
     takeOver(wanted);
-    m_hotKeys.clear(); // gives back what is not wanted any more, before others may ask for the same keys
-    m_hotKeys = std::move(wanted);
+    m_hotKeys = std::move(wanted); // gives back what is not wanted any more, before others may ask for the same keys
     for (HotKey& hotKey : m_hotKeys) {
         if (!hotKey.registration)
             hotKey.registration = m_center.grab(hotKey.number, hotKey.shortcut.chord());
