@@ -66,6 +66,7 @@ int run()
     const ControlService control(state, quit);
     const StatusItem statusItem(state.dictation, quit);
     const EndSignals endSignals(quit);
+    QObject::connect(&services->x11(), &X11Desktop::lost, qApp, &QCoreApplication::quit);
     reportDeadHotKeys(state.hotKeys);
     return QCoreApplication::exec();
 }

@@ -1,0 +1,23 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en_US" sourcelanguage="en_US">
+<context>
+    <name>Tallowfern</name>
+    <message><source>⌃</source><translation>Ctrl+</translation></message>
+    <message><source>⌥</source><translation>Alt+</translation></message>
+    <message><source>⇧</source><translation>Shift+</translation></message>
+    <message><source>⌘</source><translation>Super+</translation></message>
+    <message>
+        <source>Accessibility access is required for automatic paste.</source>
+        <translation>This desktop does not let Tallowfern paste. Automatic paste needs the XTEST extension of the X server.</translation>
+    </message>
+    <message>
+        <source>Microphone access is required.</source>
+        <translation>No microphone was found. Connect one, or choose it in the sound settings.</translation>
+    </message>
+    <message>
+        <source>Microphone and Accessibility access are required.</source>
+        <translation>No microphone was found, and this desktop does not let Tallowfern paste.</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,48 @@
+#include "LinuxDesktop.h"
+
+#include "foundation/Words.h"
+
+namespace tallowfern {
+
+using namespace Qt::StringLiterals;
+
+QString LinuxDesktop::prepareProcess()
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        return words("There is no X11 desktop here (DISPLAY is not set). Start Tallowfern within a graphical session.");
+    qputenv("QT_QPA_PLATFORM", "xcb"); // one display for Qt and for us, also where a Wayland session offers both
+    return {};
+}
+
+std::variant<std::unique_ptr<LinuxDesktop>, QString> LinuxDesktop::create(
+    Clock& clock, const QString& configurationFolder, const QString& resourcesFolder)
+{
+    auto opened = X11Desktop::open();
+    if (QString* problem = std::get_if<QString>(&opened))
+        return std::move(*problem);
+    return std::unique_ptr<LinuxDesktop>(new LinuxDesktop(
+        std::move(std::get<std::unique_ptr<X11Desktop>>(opened)), clock, configurationFolder, resourcesFolder));
+}
+
+LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, Clock& clock, const QString& configurationFolder,
+    const QString& resourcesFolder)
+    : m_clock(clock)
+    , m_preferences(configurationFolder + u"/preferences.json"_s, clock)
+    , m_x11(std::move(x11))
+    , m_accessibility(clock,
+          [desktop = m_x11.get()] {
+              const auto front = desktop->workspace().frontmostApplication();
+              return front ? front->processIdentifier : 0;
+          })
+    , m_audioCapture(m_sound)
+    , m_soundPlayer(m_sound, resourcesFolder + u"/sounds"_s)
+{
+}
+
+PlatformServices LinuxDesktop::services()
+{
+    return {m_clock, m_preferences, m_x11->pasteboard(), m_x11->workspace(), m_x11->keyPoster(), m_accessibility,
+        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher};
+}
+
+} // namespace tallowfern
