@@ -31,7 +31,7 @@ struct FilePreferenceStore::Disk {
         }
         try {
             makePrivateFolder(QFileInfo(path).path());
-            if (damaged)
+            if (damaged && QFileInfo::exists(path))
                 setAsideDamagedFile(path, *damaged);
             damaged.reset();
             writeFileAtomically(path, {bytes});
