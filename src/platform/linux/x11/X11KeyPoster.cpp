@@ -80,6 +80,7 @@ std::vector<xcb_keycode_t> X11KeyPoster::keysOf(PasteChord chord)
 bool X11KeyPoster::post(const RunningApplication& target, const std::vector<xcb_keycode_t>& keys)
 {
     xcb_connection_t* xcb = m_connection.xcb();
+    m_connection.settle(); // the number of a window that is gone may denote another one by now
     xcb_grab_server(xcb); // nobody takes the focus or the clipboard between the look and the keys
     const bool ready = m_workspace.isInFrontNow(target) && ownsClipboard() && releaseHeldKeys();
     if (ready) {
