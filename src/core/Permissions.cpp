@@ -8,6 +8,8 @@ Permissions::Permissions(const AudioCapture& audioCapture, const KeyPoster& keyP
     , m_microphoneGranted(audioCapture.hasMicrophone())
     , m_accessibilityGranted(keyPoster.canPost())
 {
+    // The sound server answers a moment after the start, and microphones come and go.
+    connect(&audioCapture, &AudioCapture::hasMicrophoneChanged, this, &Permissions::refreshPermissions);
 }
 
 void Permissions::refreshPermissions()
