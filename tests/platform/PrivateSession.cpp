@@ -110,9 +110,10 @@ void PrivateSession::startDisplay()
 QProcess* PrivateSession::startAccessibilityBus()
 {
     QProcess* launcher = start(u"/usr/libexec/at-spi-bus-launcher"_s, {u"--launch-immediately"_s, u"--a11y=1"_s});
-    const QStringList question{
-        u"--session"_s, u"--print-reply"_s, u"--dest=org.a11y.Bus"_s, u"/org/a11y/bus"_s, u"org.a11y.Bus.GetAddress"_s};
-    if (!waitFor([this, question] { return succeeds(u"dbus-send"_s, question); }))
+    // Not by calling it: that would start a second launcher, which takes the name and says that nobody needs it.
+    const QStringList question{u"--session"_s, u"--print-reply"_s, u"--dest=org.freedesktop.DBus"_s,
+        u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus.NameHasOwner"_s, u"string:org.a11y.Bus"_s};
+    if (!waitFor([this, question] { return output(u"dbus-send"_s, question).contains(u"boolean true"_s); }))
         throw std::runtime_error("the accessibility bus does not start");
     return launcher;
 }

@@ -41,6 +41,8 @@ tallow_library(linux_accessibility FOLDER platform/linux/accessibility
     accessibility/AtspiAccessibility.cpp
     accessibility/AtspiFocus.h
     accessibility/AtspiFocus.cpp
+    accessibility/AtspiSearch.h
+    accessibility/AtspiSearch.cpp
     accessibility/AtspiText.h
     accessibility/AtspiText.cpp
     accessibility/TextUnits.h

@@ -49,16 +49,16 @@ protected:
             arguments.prepend(u"--disable-server"_s);
         m_editor = s_session->start(editor, arguments);
         m_frontmost = m_editor->processId();
-        ASSERT_TRUE(waitFor([this] { return m_accessibility.focusedElement().has_value(); }));
+        ASSERT_TRUE(waitFor([this] { return m_accessibility->focusedElement().has_value(); }));
     }
     static void press(const QStringList& keys) { s_session->succeeds(u"xdotool"_s, QStringList{u"key"_s} + keys); }
 
     std::optional<TextRange> range()
     {
-        const auto element = m_accessibility.focusedElement();
+        const auto element = m_accessibility->focusedElement();
         if (!element)
             return std::nullopt;
-        return testing_support::await(m_accessibility.selectedTextRange(*element));
+        return testing_support::await(m_accessibility->selectedTextRange(*element));
     }
     bool waitForRange(TextRange expected)
     {
@@ -70,7 +70,8 @@ protected:
     QTemporaryDir m_folder;
     SystemClock m_clock;
     qint64 m_frontmost = 0;
-    AtspiAccessibility m_accessibility{m_clock, [this] { return m_frontmost; }};
+    std::unique_ptr<AtspiAccessibility> m_accessibility
+        = std::make_unique<AtspiAccessibility>(m_clock, [this] { return m_frontmost; });
     QProcess* m_editor = nullptr;
 };
 
@@ -83,8 +84,8 @@ TEST_F(OtherApplications, TellTheFocusAndTheSelectionInUtf16)
 {
     for (const QString& editor : {u"mousepad"_s, QStringLiteral(TEXT_EDITOR)}) {
         SCOPED_TRACE(editor.toStdString());
-        open(editor);
-        EXPECT_EQ(m_accessibility.focusedElement()->processIdentifier, m_editor->processId());
+        ASSERT_NO_FATAL_FAILURE(open(editor));
+        EXPECT_EQ(m_accessibility->focusedElement()->processIdentifier, m_editor->processId());
         press({u"ctrl+Home"_s});
         EXPECT_TRUE(waitForRange({0, 0}));
         press(QStringList(7, u"Right"_s) + QStringList(2, u"shift+Right"_s));
@@ -95,18 +96,33 @@ TEST_F(OtherApplications, TellTheFocusAndTheSelectionInUtf16)
         EXPECT_TRUE(waitForRange({16, 0})) << "the cursor behind it";
 
         m_frontmost = ::getpid();
-        EXPECT_FALSE(m_accessibility.focusedElement()) << "another application is in front";
+        EXPECT_FALSE(m_accessibility->focusedElement()) << "another application is in front";
         m_frontmost = m_editor->processId();
-        EXPECT_TRUE(m_accessibility.focusedElement());
+        EXPECT_TRUE(m_accessibility->focusedElement());
         s_session->kill(std::exchange(m_editor, nullptr));
-        EXPECT_TRUE(waitFor([this] { return !m_accessibility.focusedElement(); }));
+        EXPECT_TRUE(waitFor([this] { return !m_accessibility->focusedElement(); }));
+    }
+}
+
+TEST_F(OtherApplications, AreFoundWhenTheyHadTheFocusBeforeWeListened)
+{
+    for (const QString& editor : {u"mousepad"_s, QStringLiteral(TEXT_EDITOR)}) {
+        ASSERT_NO_FATAL_FAILURE(open(editor));
+        press({u"ctrl+Home"_s});
+        EXPECT_TRUE(waitForRange({0, 0}));
+        const auto known = m_accessibility->focusedElement();
+        m_accessibility = std::make_unique<AtspiAccessibility>(m_clock, [this] { return m_frontmost; });
+        EXPECT_TRUE(waitFor([this] { return m_accessibility->focusedElement().has_value(); }));
+        EXPECT_EQ(m_accessibility->focusedElement(), known);
+        EXPECT_TRUE(waitForRange({0, 0}));
+        s_session->kill(std::exchange(m_editor, nullptr));
     }
 }
 
 TEST_F(OtherApplications, ThatHangCostAFifthOfASecond)
 {
-    open(QStringLiteral(TEXT_EDITOR));
-    const auto element = *m_accessibility.focusedElement();
+    ASSERT_NO_FATAL_FAILURE(open(QStringLiteral(TEXT_EDITOR)));
+    const auto element = *m_accessibility->focusedElement();
     ::kill(static_cast<pid_t>(m_editor->processId()), SIGSTOP);
     QElapsedTimer timer;
     timer.start();
@@ -115,18 +131,18 @@ TEST_F(OtherApplications, ThatHangCostAFifthOfASecond)
     EXPECT_LT(timer.elapsed(), 1000);
     ::kill(static_cast<pid_t>(m_editor->processId()), SIGCONT);
     EXPECT_TRUE(waitFor([this] { return range().has_value(); }));
-    EXPECT_FALSE(testing_support::await(m_accessibility.selectedTextRange({element.service, u"/nothing"_s, 0})));
-    EXPECT_FALSE(testing_support::await(m_accessibility.selectedTextRange({u":9.9"_s, element.path, 0})));
+    EXPECT_FALSE(testing_support::await(m_accessibility->selectedTextRange({element.service, u"/nothing"_s, 0})));
+    EXPECT_FALSE(testing_support::await(m_accessibility->selectedTextRange({u":9.9"_s, element.path, 0})));
 }
 
 TEST_F(OtherApplications, AreFoundAgainAfterTheBusWasRestarted)
 {
-    open(u"mousepad"_s);
+    ASSERT_NO_FATAL_FAILURE(open(u"mousepad"_s));
     s_session->kill(s_launcher);
-    ASSERT_TRUE(waitFor([this] { return !m_accessibility.focusedElement(); }));
+    ASSERT_TRUE(waitFor([this] { return !m_accessibility->focusedElement(); }));
     EXPECT_FALSE(range());
     s_session->kill(std::exchange(m_editor, nullptr));
-    open(u"mousepad"_s); // the bus comes back by itself when it is asked for
+    ASSERT_NO_FATAL_FAILURE(open(u"mousepad"_s)); // the bus comes back by itself when it is asked for
     press({u"ctrl+Home"_s});
     EXPECT_TRUE(waitForRange({0, 0}));
 }

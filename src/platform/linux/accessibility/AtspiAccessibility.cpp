@@ -95,7 +95,13 @@ void AtspiAccessibility::onDisconnected()
 
 std::optional<AccessibleElement> AtspiAccessibility::focusedElement() const
 {
-    return m_focus ? m_focus->focusedIn(m_frontmostProcess()) : std::nullopt;
+    if (!m_focus)
+        return std::nullopt;
+    const qint64 process = m_frontmostProcess();
+    const auto element = m_focus->focusedIn(process);
+    if (!element)
+        m_focus->seekIn(process); // for the next time; asking never waits
+    return element;
 }
 
 QCoro::Task<std::optional<TextRange>> AtspiAccessibility::selectedTextRange(AccessibleElement element)

@@ -1,5 +1,7 @@
 #include "platform/linux/accessibility/AtspiFocus.h"
 
+#include "platform/linux/accessibility/AtspiSearch.h"
+
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
@@ -44,18 +46,25 @@ void AtspiFocus::onStateChanged(const QDBusMessage& event)
     if (arguments.size() < 2 || arguments[0].toString() != kFocused)
         return;
     const bool gained = arguments[1].toInt() != 0;
-    const auto known = m_applications.find(event.service());
-    if (known == m_applications.end()) {
-        if (!gained)
-            return;
-        m_applications.insert(event.service(), {0, event.path()});
-        m_applicationWatcher.addWatchedService(event.service());
-        learnProcess(event.service());
-    } else if (gained) {
-        known->focusedPath = event.path();
-    } else if (known->focusedPath == event.path()) {
-        known->focusedPath.clear(); // GTK 4 tells of the gain before the loss: only the loss of this one counts
+    if (gained) {
+        gain(event.service(), event.path());
+        return;
     }
+    const auto known = m_applications.find(event.service());
+    if (known != m_applications.end() && known->focusedPath == event.path())
+        known->focusedPath.clear(); // GTK 4 tells of the gain before the loss: only the loss of this one counts
+}
+
+void AtspiFocus::gain(const QString& service, const QString& path)
+{
+    const auto known = m_applications.find(service);
+    if (known != m_applications.end()) {
+        known->focusedPath = path;
+        return;
+    }
+    m_applications.insert(service, {0, path});
+    m_applicationWatcher.addWatchedService(service);
+    learnProcess(service);
 }
 
 void AtspiFocus::learnProcess(const QString& service)
@@ -71,6 +80,24 @@ void AtspiFocus::learnProcess(const QString& service)
         if (known != m_applications.end() && !reply.isError())
             known->processIdentifier = reply.value();
     });
+}
+
+void AtspiFocus::seekIn(qint64 processIdentifier)
+{
+    if (m_seeking || processIdentifier == 0)
+        return;
+    m_seeking = true;
+    seek(processIdentifier, m_lifetime.token());
+}
+
+QCoro::Task<> AtspiFocus::seek(qint64 processIdentifier, std::stop_token stop)
+{
+    const auto found = co_await findFocusedText(m_bus, processIdentifier);
+    if (stop.stop_requested())
+        co_return;
+    m_seeking = false;
+    if (found && !focusedIn(processIdentifier)) // an event that came meanwhile is newer
+        gain(found->service, found->path);
 }
 
 std::optional<AccessibleElement> AtspiFocus::focusedIn(qint64 processIdentifier) const

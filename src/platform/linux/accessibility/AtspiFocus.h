@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/Lifetime.h"
 #include "platform/Accessibility.h"
 
 #include <QDBusConnection>
@@ -18,11 +19,16 @@ public:
 
     /// The element that gained the focus last in this process, and has not lost it.
     std::optional<AccessibleElement> focusedIn(qint64 processIdentifier) const;
+    /// Looks for the element with the focus in a process that has told of none: it had the focus before it knew that
+    /// somebody listens. What is found is known from then on.
+    void seekIn(qint64 processIdentifier);
 
 private:
     Q_SLOT void onStateChanged(const QDBusMessage& event);
     void orderEvents();
     void learnProcess(const QString& service);
+    QCoro::Task<> seek(qint64 processIdentifier, std::stop_token stop);
+    void gain(const QString& service, const QString& path);
 
     struct Application {
         qint64 processIdentifier = 0; ///< 0 until the bus has told
@@ -31,8 +37,10 @@ private:
 
     QDBusConnection m_bus;
     QHash<QString, Application> m_applications; ///< by their names on the bus
+    bool m_seeking = false;
     QDBusServiceWatcher m_applicationWatcher;
     QDBusServiceWatcher m_registryWatcher;
+    Lifetime m_lifetime;
 };
 
 } // namespace tallowfern
