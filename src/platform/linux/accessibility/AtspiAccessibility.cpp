@@ -98,7 +98,7 @@ std::optional<AccessibleElement> AtspiAccessibility::focusedElement() const
     if (!m_focus)
         return std::nullopt;
     const qint64 process = m_frontmostProcess();
-    const auto element = m_focus->focusedIn(process);
+    auto element = m_focus->focusedIn(process);
     if (!element)
         m_focus->seekIn(process); // for the next time; asking never waits
     return element;
