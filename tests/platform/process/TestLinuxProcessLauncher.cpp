@@ -76,11 +76,13 @@ QCoro::Task<Talking> launchTalking(QString script)
 
 enum class Callback { Output, Exit };
 
-QCoro::Task<bool> destroyInCallback(Callback where)
+/// The number that the child had.
+QCoro::Task<qint64> destroyInCallback(Callback where)
 {
     LinuxProcessLauncher launcher;
     const ProcessRequest request{u"/bin/sh"_s, {u"-c"_s, u"echo out; echo err >&2"_s}, {}};
     auto child = co_await launcher.launch(request);
+    const qint64 identifier = child->processIdentifier();
     Completion<bool> destroyed;
     auto destroy = [&child, destroyed]() mutable {
         child.reset();
@@ -91,7 +93,7 @@ QCoro::Task<bool> destroyInCallback(Callback where)
     else
         child->onOutput = [destroy](const QByteArray&) mutable { destroy(); };
     co_await destroyed;
-    co_return child == nullptr;
+    co_return identifier;
 }
 
 QString refusal(const ProcessRequest& request)
@@ -120,13 +122,29 @@ bool isDead(qint64 process)
 /// CTest's time limit ends a wait for what never happens.
 void waitUntilDead(qint64 process)
 {
-    while (!isDead(process))
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 5), QThread::msleep(2);
+    while (!isDead(process)) {
+        QCoreApplication::processEvents();
+        QThread::msleep(2);
+    }
 }
+
+/// Until the launcher has heard of the end, and keeps nothing of the child.
+void waitUntilBuried(qint64 process)
+{
+    while (!statusOf(process).isEmpty()) {
+        QCoreApplication::processEvents();
+        QThread::msleep(2);
+    }
+}
+
+class LinuxProcess : public testing::Test {
+protected:
+    void TearDown() override { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+};
 
 } // namespace
 
-TEST(LinuxProcess, HandsOverOutputThenTheExit)
+TEST_F(LinuxProcess, HandsOverOutputThenTheExit)
 {
     struct Case {
         const char* script;
@@ -159,7 +177,7 @@ TEST(LinuxProcess, HandsOverOutputThenTheExit)
     ::close(leak);
 }
 
-TEST(LinuxProcess, AFloodOnBothStreamsKeepsMemoryFlat)
+TEST_F(LinuxProcess, AFloodOnBothStreamsKeepsMemoryFlat)
 {
     const Ending ending = shell(u"head -c 100000000 /dev/zero & head -c 100000000 /dev/zero >&2; wait"_s);
     EXPECT_EQ(ending.outputSize, 100000000);
@@ -167,7 +185,7 @@ TEST(LinuxProcess, AFloodOnBothStreamsKeepsMemoryFlat)
     EXPECT_LT(ending.largestPiece, 1000000) << "nothing piles up inside";
 }
 
-TEST(LinuxProcess, SaysInTheSystemsWordsWhyAProgramDoesNotStart)
+TEST_F(LinuxProcess, SaysInTheSystemsWordsWhyAProgramDoesNotStart)
 {
     const QTemporaryDir folder;
     const QString plain = folder.filePath(u"plain"_s);
@@ -179,7 +197,7 @@ TEST(LinuxProcess, SaysInTheSystemsWordsWhyAProgramDoesNotStart)
     EXPECT_EQ(refusal({u"/bin/true"_s, {QString(200000, u'x')}, {}}), u"/bin/true: Argument list too long"_s);
 }
 
-TEST(LinuxProcess, DestroyingAChildKillsItsGroupAndDoesNotWait)
+TEST_F(LinuxProcess, DestroyingAChildKillsItsGroupAndDoesNotWait)
 {
     Talking talking = await(launchTalking(u"trap '' TERM; sleep 600 & echo $!; wait"_s));
     const qint64 grandchild = talking.firstOutput.trimmed().toLongLong();
@@ -189,18 +207,17 @@ TEST(LinuxProcess, DestroyingAChildKillsItsGroupAndDoesNotWait)
     timer.start();
     talking.child.reset();
     EXPECT_LT(timer.elapsed(), 50);
-    waitUntilDead(identifier);
     waitUntilDead(grandchild);
+    waitUntilBuried(identifier);
 }
 
-TEST(LinuxProcess, ACallbackMayDestroyTheChild)
+TEST_F(LinuxProcess, ACallbackMayDestroyTheChild)
 {
-    EXPECT_TRUE(await(destroyInCallback(Callback::Output)));
-    EXPECT_TRUE(await(destroyInCallback(Callback::Exit)));
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    waitUntilBuried(await(destroyInCallback(Callback::Output)));
+    waitUntilBuried(await(destroyInCallback(Callback::Exit)));
 }
 
-TEST(LinuxProcess, AChildDiesWithUs)
+TEST_F(LinuxProcess, AChildDiesWithUs)
 {
     int channel[2];
     ASSERT_EQ(::pipe(channel), 0);
