@@ -18,11 +18,13 @@ namespace tallowfern {
 class HistoryFile {
 public:
     explicit HistoryFile(QString path);
-    /// Finishes what is under way.
+    HistoryFile(const HistoryFile&) = delete;
+    HistoryFile& operator=(const HistoryFile&) = delete;
+    /// Blocks until everything is written, as far as the disk allows.
     ~HistoryFile();
 
-    /// `bytes` is the item's JSON object.
-    void prepend(QByteArray bytes);
+    /// `listOfOne` is the stored form of a list that holds the item alone.
+    void prepend(QByteArray listOfOne);
     void remove(const QUuid& id);
 
 private:
@@ -34,7 +36,10 @@ private:
     };
 
     void post(Change change);
+    static QByteArray applied(const std::vector<Change>& changes, QByteArray file);
     static void write(Pending& pending);
+    /// What a process that was killed while it wrote has left. The user may have deleted items of it since.
+    static void removeAbandonedCopies(const QString& path);
 
     std::shared_ptr<Pending> m_pending;
     BackgroundQueue m_queue;

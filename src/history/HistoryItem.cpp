@@ -11,8 +11,8 @@ namespace tallowfern {
 QString HistoryItem::modelName() const
 {
     const auto& catalog = SpeechModel::catalog();
-    const auto found
-        = std::find_if(catalog.begin(), catalog.end(), [this](const SpeechModel& model) { return model.id == modelID; });
+    const auto found = std::find_if(
+        catalog.begin(), catalog.end(), [this](const SpeechModel& model) { return model.id == modelID; });
     return found == catalog.end() ? words("Local model") : found->name;
 }
 

@@ -4,6 +4,7 @@
 #include "foundation/LocalizedError.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cmath>
 
@@ -42,7 +43,7 @@ void HistoryStore::add(const HistoryItem& item)
 {
     m_items.prepend(item);
     if (m_file)
-        m_file->prepend(json::encodeForStorage(item));
+        m_file->prepend(json::encodeForStorage(QList{item}));
     Q_EMIT itemsChanged();
 }
 
@@ -50,7 +51,7 @@ void HistoryStore::deleteItem(const HistoryItem& item)
 {
     m_items.removeIf([&](const HistoryItem& other) { return other.id == item.id; });
     if (item.audioFileName)
-        QFile::remove(m_paths.recordings() + QLatin1Char('/') + *item.audioFileName);
+        QFile::remove(m_paths.recordings() + QLatin1Char('/') + QFileInfo(*item.audioFileName).fileName());
     if (m_file)
         m_file->remove(item.id);
     Q_EMIT itemsChanged();

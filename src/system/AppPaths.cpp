@@ -26,6 +26,7 @@ bool exists(const QString& path)
     return information.exists() || information.isSymLink();
 }
 
+/// A link to a folder is not one: it is moved, never walked.
 bool isFolder(const QString& path)
 {
     const QFileInfo information(path);
@@ -45,7 +46,7 @@ void mergeContents(const QString& source, const QString& target)
     for (const QString& name : entriesOf(source)) {
         const QString entry = source + u'/' + name;
         const QString destination = target + u'/' + name;
-        if (isFolder(entry) && isFolder(destination))
+        if (isFolder(entry) && QFileInfo(destination).isDir())
             mergeContents(entry, destination);
         else if (!exists(destination))
             move(entry, destination);

@@ -1,5 +1,6 @@
 #include "foundation/Files.h"
 #include "foundation/LocalizedError.h"
+#include "support/FullDisk.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,14 +9,13 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace tallowfern {
 namespace {
 
 using namespace Qt::StringLiterals;
+using testing_support::FullDisk;
 
 int modeOf(const QString& path)
 {
@@ -23,22 +23,6 @@ int modeOf(const QString& path)
     ::stat(QFile::encodeName(path).constData(), &information);
     return information.st_mode & 0777;
 }
-
-/// A disk that is full after so many bytes, for this process.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t bytes)
-    {
-        ::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before{};
-};
 
 TEST(Files, AFullDiskLeavesTheOldFileAndNothingElse)
 {
