@@ -29,7 +29,7 @@ protected:
         desktop = std::move(std::get<std::unique_ptr<X11Desktop>>(X11Desktop::open()));
         desktop->pasteboard().replaceText(u"dictated"_s);
     }
-    ~Pasting() override { sharedDisplay().output(u"setxkbmap"_s, {u"us"_s, u"-option"_s}); }
+    void TearDown() override { sharedDisplay().output(u"setxkbmap"_s, {u"us"_s, u"-option"_s}); }
 
     RunningApplication show(TestWindow& window)
     {

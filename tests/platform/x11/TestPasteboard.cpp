@@ -127,6 +127,22 @@ private:
     xcb_window_t m_window;
 };
 
+/// What a clipboard manager does when it is asked to save: reads everything, takes over, and says so.
+QCoro::Task<> keep(X11Pasteboard& keeper, X11Connection& connection, xcb_selection_request_event_t request)
+{
+    auto task = keeper.readAll();
+    const PasteboardReading reading = co_await task;
+    keeper.replaceItems(reading.items);
+    xcb_selection_notify_event_t notify{};
+    notify.response_type = XCB_SELECTION_NOTIFY;
+    notify.requestor = request.requestor;
+    notify.selection = request.selection;
+    notify.target = request.target;
+    notify.property = request.property;
+    xcb_send_event(connection.xcb(), false, request.requestor, 0, reinterpret_cast<const char*>(&notify));
+    connection.flush();
+}
+
 } // namespace
 
 TEST_F(Clipboard, EveryFormatSurvivesSnapshotAndRestore)
@@ -263,22 +279,9 @@ TEST_F(Clipboard, QuittingHandsOverToTheClipboardManager)
     const xcb_atom_t manager = connection->atom(u"CLIPBOARD_MANAGER"_s);
     xcb_set_selection_owner(connection->xcb(), window, manager, XCB_CURRENT_TIME);
     connection->settle();
-    const auto keep = [&](xcb_selection_request_event_t request) -> QCoro::Task<> {
-        auto task = user->readAll();
-        const PasteboardReading reading = co_await task;
-        user->replaceItems(reading.items);
-        xcb_selection_notify_event_t notify{};
-        notify.response_type = XCB_SELECTION_NOTIFY;
-        notify.requestor = request.requestor;
-        notify.selection = request.selection;
-        notify.target = request.target;
-        notify.property = request.property;
-        xcb_send_event(connection->xcb(), false, request.requestor, 0, reinterpret_cast<const char*>(&notify));
-        connection->flush();
-    };
     QObject::connect(connection.get(), &X11Connection::eventReceived, connection.get(), [&](const auto* event) {
         if (x11EventType(event) == XCB_SELECTION_REQUEST)
-            keep(*x11Event<xcb_selection_request_event_t>(event));
+            keep(*user, *connection, *x11Event<xcb_selection_request_event_t>(event));
     });
     await(mine->handOver());
     mine.reset();

@@ -29,7 +29,7 @@ Completion<bool> X11HeldKeys::released()
     m_released = {};
     listen(true); // before looking, or a release in between is missed
     m_isWaiting = true;
-    const Completion<bool> released = m_released;
+    Completion<bool> released = m_released;
     if (now().empty())
         finish();
     else

@@ -27,8 +27,8 @@ void X11KeyMap::readSymbols(X11Connection& connection)
     for (int keycode = reply->firstKeySym; keys.rem; xcb_xkb_key_sym_map_next(&keys), ++keycode) {
         const xcb_keysym_t* symbols = xcb_xkb_key_sym_map_syms(keys.data);
         const int layouts = keys.data->groupInfo & 0x0f;
-        for (int layout = 0; layout < layouts; ++layout)
-            m_plainSymbols.push_back({static_cast<xcb_keycode_t>(keycode), layout, symbols[layout * keys.data->width]});
+        for (int layout = 0; layout < layouts; ++layout, symbols += keys.data->width)
+            m_plainSymbols.push_back({static_cast<xcb_keycode_t>(keycode), layout, *symbols});
     }
 }
 

@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kIdleMilliseconds = 300;
-constexpr qsizetype kMostBytes = 64 * 1024 * 1024;
+constexpr qsizetype kMostBytes = 64 * qsizetype(1024 * 1024);
 constexpr quint32 kPropertyNames = 32;
 
 /// Answers about the clipboard itself, pictures that only mean something inside their program, and text in the

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kPieceBytes = 512 * 1024; // well below what a server takes in one request
+constexpr qsizetype kPieceBytes = 512 * qsizetype(1024); // well below what a server takes in one request
 constexpr qint64 kStalledMilliseconds = 30'000;
 
 } // namespace

@@ -89,15 +89,13 @@ void X11Workspace::handleEvent(const xcb_generic_event_t* event)
 
 void X11Workspace::update()
 {
-    std::optional<RunningApplication> frontmost;
     const xcb_window_t window = m_connection.isAlive() ? candidate() : kNoWindow;
-    if (watch(window) && hasInputFocus(window) && !isDesktop(window))
-        frontmost = m_known.value(window);
-    if (frontmost && frontmost->processIdentifier == QCoreApplication::applicationPid())
-        frontmost.reset();
-    if (frontmost == m_frontmost)
+    const bool known = watch(window) && hasInputFocus(window) && !isDesktop(window);
+    const RunningApplication application = known ? m_known.value(window) : RunningApplication{};
+    const bool inFront = known && application.processIdentifier != QCoreApplication::applicationPid();
+    if (inFront ? m_frontmost == application : !m_frontmost)
         return;
-    m_frontmost = frontmost;
+    m_frontmost = inFront ? std::optional(application) : std::nullopt;
     Q_EMIT frontmostChanged();
 }
 
