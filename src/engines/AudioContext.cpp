@@ -6,12 +6,12 @@ namespace tallowfern {
 
 namespace {
 
-    constexpr int kPositionsPerSecond = 50;
-    constexpr int kLongestFittedSeconds = 10; // longer ones lost words in trials
-    constexpr int kMargin = 128;
-    constexpr int kStep = 64;
-    constexpr int kOffset = 32; // multiples of 256 destroyed every word in trials
-    constexpr int kLeast = 416;
+constexpr int kPositionsPerSecond = 50;
+constexpr int kLongestFittedSeconds = 10; // longer ones lost words in trials
+constexpr int kMargin = 128;
+constexpr int kStep = 64;
+constexpr int kOffset = 32; // multiples of 256 destroyed every word in trials
+constexpr int kLeast = 416;
 
 } // namespace
 

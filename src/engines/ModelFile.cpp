@@ -10,35 +10,35 @@ namespace tallowfern {
 
 namespace {
 
-    constexpr auto kDownloadAgain = "Delete the speech model and download it again.";
-    constexpr std::uint32_t kMagic = 0x67676d6c;
-    constexpr int kReadsForNextTensor = 3;
+constexpr auto kDownloadAgain = "Delete the speech model and download it again.";
+constexpr std::uint32_t kMagic = 0x67676d6c;
+constexpr int kReadsForNextTensor = 3;
 
-    using Header = std::array<std::uint32_t, 12>;
+using Header = std::array<std::uint32_t, 12>;
 
-    bool isWhisper(const Header& header)
-    {
-        return header[1] >= 51864 && header[1] <= 51866 && header[2] == 1500 && header[6] == 448;
-    }
+bool isWhisper(const Header& header)
+{
+    return header[1] >= 51864 && header[1] <= 51866 && header[2] == 1500 && header[6] == 448;
+}
 
-    bool isParakeet(const Header& header)
-    {
-        const auto within = [](std::uint32_t value, std::uint32_t most) { return value >= 1 && value <= most; };
-        return !isWhisper(header) && within(header[1], 1U << 20) && within(header[2], 1U << 20)
-            && within(header[3], 1U << 16) && within(header[4], 1U << 10) && within(header[5], 1U << 10)
-            && within(header[6], 1U << 10);
-    }
+bool isParakeet(const Header& header)
+{
+    const auto within = [](std::uint32_t value, std::uint32_t most) { return value >= 1 && value <= most; };
+    return !isWhisper(header) && within(header[1], 1U << 20) && within(header[2], 1U << 20)
+        && within(header[3], 1U << 16) && within(header[4], 1U << 10) && within(header[5], 1U << 10)
+        && within(header[6], 1U << 10);
+}
 
-    void checkHeader(const Header& header, Engine engine)
-    {
-        if (header[0] != kMagic)
-            throw EngineFailure("The speech model is damaged or not a model of this kind.", kDownloadAgain);
-        if (engine == Engine::Whisper ? isWhisper(header) : isParakeet(header))
-            return;
-        if (engine == Engine::Whisper ? isParakeet(header) : isWhisper(header))
-            throw EngineFailure("The speech model belongs to another speech engine.", "Choose another speech model.");
-        throw EngineFailure("The speech model is damaged.", kDownloadAgain);
-    }
+void checkHeader(const Header& header, Engine engine)
+{
+    if (header[0] != kMagic)
+        throw EngineFailure("The speech model is damaged or not a model of this kind.", kDownloadAgain);
+    if (engine == Engine::Whisper ? isWhisper(header) : isParakeet(header))
+        return;
+    if (engine == Engine::Whisper ? isParakeet(header) : isWhisper(header))
+        throw EngineFailure("The speech model belongs to another speech engine.", "Choose another speech model.");
+    throw EngineFailure("The speech model is damaged.", kDownloadAgain);
+}
 
 } // namespace
 
@@ -52,7 +52,7 @@ ModelFile::ModelFile(const std::string& path, Engine engine, Progress& progress)
     m_file.open(path, std::ios::binary);
     if (error || !m_file)
         throw EngineFailure("The speech model cannot be read.", kDownloadAgain);
-    Header header {};
+    Header header{};
     m_file.read(reinterpret_cast<char*>(header.data()), sizeof header);
     if (!m_file)
         throw EngineFailure("The speech model is empty or cut short.", kDownloadAgain);
@@ -79,6 +79,9 @@ std::size_t ModelFile::read(void* target, std::size_t size)
     return size;
 }
 
-void throwDamagedModel() { throw EngineFailure("The speech model is damaged.", kDownloadAgain); }
+void throwDamagedModel()
+{
+    throw EngineFailure("The speech model is damaged.", kDownloadAgain);
+}
 
 } // namespace tallowfern

@@ -6,9 +6,9 @@ namespace tallowfern {
 
 namespace {
 
-    constexpr double kLoadingPercent = 10;
-    constexpr double kEncoderShare = 0.6;
-    constexpr double kMostDecodedShare = 0.95;
+constexpr double kLoadingPercent = 10;
+constexpr double kEncoderShare = 0.6;
+constexpr double kMostDecodedShare = 0.95;
 
 } // namespace
 
@@ -17,7 +17,10 @@ Progress::Progress(std::FILE* stream)
 {
 }
 
-void Progress::modelRead(double share) { report(share * kLoadingPercent); }
+void Progress::modelRead(double share)
+{
+    report(share * kLoadingPercent);
+}
 
 void Progress::beginWindow(double shareBefore, double shareWithIt)
 {
@@ -26,14 +29,15 @@ void Progress::beginWindow(double shareBefore, double shareWithIt)
     reportInWindow(0);
 }
 
-void Progress::encoderDone() { reportInWindow(kEncoderShare); }
-
 void Progress::decoded(double share)
 {
     reportInWindow(kEncoderShare + (1 - kEncoderShare) * std::min(share, kMostDecodedShare));
 }
 
-void Progress::finished() { report(100); }
+void Progress::finished()
+{
+    report(100);
+}
 
 void Progress::reportInWindow(double share)
 {
@@ -43,6 +47,7 @@ void Progress::reportInWindow(double share)
 
 void Progress::report(double percent)
 {
+    const std::lock_guard guard(m_lock);
     const int whole = std::clamp(static_cast<int>(percent), 0, 100);
     if (m_stream == nullptr || whole <= m_lastPercent)
         return;

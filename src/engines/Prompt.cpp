@@ -6,27 +6,30 @@ namespace tallowfern {
 
 namespace {
 
-    constexpr std::size_t kMostBytes = 16 * 1024;
-    constexpr int kLongestRun = 200;
+constexpr std::size_t kMostBytes = 16 * 1024;
+constexpr int kLongestRun = 200;
 
-    enum class Kind {
-        Space,
-        Letter,
-        Digit,
-        Other,
-    };
+enum class Kind {
+    Space,
+    Letter,
+    Digit,
+    Other,
+};
 
-    Kind kindOf(char character)
-    {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x80 && std::isspace(byte) != 0)
-            return Kind::Space;
-        if (byte < 0x80 && std::isalpha(byte) != 0)
-            return Kind::Letter;
-        return byte < 0x80 && std::isdigit(byte) != 0 ? Kind::Digit : Kind::Other;
-    }
+Kind kindOf(char character)
+{
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte < 0x80 && std::isspace(byte) != 0)
+        return Kind::Space;
+    if (byte < 0x80 && std::isalpha(byte) != 0)
+        return Kind::Letter;
+    return byte < 0x80 && std::isdigit(byte) != 0 ? Kind::Digit : Kind::Other;
+}
 
-    bool continuesCharacter(char character) { return (static_cast<unsigned char>(character) & 0xC0U) == 0x80; }
+bool continuesCharacter(char character)
+{
+    return (static_cast<unsigned char>(character) & 0xC0U) == 0x80;
+}
 
 } // namespace
 

@@ -15,63 +15,70 @@ namespace tallowfern {
 
 namespace {
 
-    constexpr double kTokensPerSecond = 4;
-    constexpr int kMostTokensPerSecond = 12; // nobody speaks as fast; a lost model does
-    constexpr int kMostTokensBase = 24;
+constexpr double kTokensPerSecond = 4;
+constexpr double kMostTokensPerSecond = 12; // nobody speaks as fast; a lost model does
+constexpr int kMostTokensBase = 24;
 
-    whisper_context* load(ModelFile& model)
-    {
-        whisper_model_loader loader {};
-        loader.context = &model;
-        loader.read = [](void* file, void* target, size_t size) { return static_cast<ModelFile*>(file)->read(target, size); };
-        loader.eof = [](void* file) { return static_cast<ModelFile*>(file)->isAtEnd(); };
-        loader.close = [](void*) {};
-        auto parameters = whisper_context_default_params();
-        parameters.use_gpu = false;
-
-        // A model without weights loads with no more than a warning.
-        bool hasNoWeights = false;
-        whisper_log_set(
-            [](ggml_log_level, const char* line, void* flag) {
-                if (std::strstr(line, "no tensors loaded") != nullptr)
-                    *static_cast<bool*>(flag) = true;
-            },
-            &hasNoWeights);
-        auto* context = whisper_init_with_params(&loader, parameters);
-        whisper_log_set([](ggml_log_level, const char*, void*) {}, nullptr);
-        if (context == nullptr || hasNoWeights)
-            throwDamagedModel();
-        return context;
-    }
+std::string knownLanguage(const std::string& language)
+{
+    if (language != "auto" && whisper_lang_id(language.c_str()) < 0)
+        throw EngineFailure("The speech engine does not know the language \"" + language + "\".",
+            "Choose a language that the speech model knows.");
+    return language;
+}
 
 } // namespace
+
+void WhisperTranscriber::Free::operator()(whisper_context* context) const
+{
+    whisper_free(context);
+}
 
 WhisperTranscriber::WhisperTranscriber(ModelFile& model, const Arguments& arguments, Progress& progress)
     : m_arguments(arguments)
     , m_progress(progress)
-    , m_language(arguments.language)
+    , m_language(knownLanguage(arguments.language))
     , m_prompt(boundedPrompt(arguments.prompt))
-    , m_context(load(model), whisper_free)
+    , m_context(load(model))
 {
-    if (m_language != "auto" && whisper_lang_id(m_language.c_str()) < 0)
-        throw EngineFailure("The speech engine does not know the language \"" + m_language + "\".",
-            "Choose a language that the speech model knows.");
     if (whisper_is_multilingual(m_context.get()) == 0)
         m_language = "en";
 }
 
-WhisperTranscriber::~WhisperTranscriber() = default;
-
-std::string WhisperTranscriber::transcribe(const std::vector<float>& window)
+std::unique_ptr<whisper_context, WhisperTranscriber::Free> WhisperTranscriber::load(ModelFile& model)
 {
-    const auto fitted = fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context.get()));
-    auto hearing = hear(window, fitted);
-    if (fitted != 0 && hearing.isDoubtful)
-        hearing = hear(window, 0);
-    return hearing.text;
+    whisper_model_loader loader{};
+    loader.context = &model;
+    loader.read
+        = [](void* file, void* target, size_t size) { return static_cast<ModelFile*>(file)->read(target, size); };
+    loader.eof = [](void* file) { return static_cast<ModelFile*>(file)->isAtEnd(); };
+    loader.close = [](void*) {};
+    auto parameters = whisper_context_default_params();
+    parameters.use_gpu = false;
+
+    // The library lets a model without weights pass, with a line in its log.
+    bool hasNoWeights = false;
+    whisper_log_set(
+        [](ggml_log_level, const char* line, void* flag) {
+            if (std::strstr(line, "no tensors loaded") != nullptr)
+                *static_cast<bool*>(flag) = true;
+        },
+        &hasNoWeights);
+    std::unique_ptr<whisper_context, Free> context(whisper_init_with_params(&loader, parameters));
+    whisper_log_set([](ggml_log_level, const char*, void*) {}, nullptr);
+    if (!context || hasNoWeights)
+        throwDamagedModel();
+    return context;
 }
 
-WhisperTranscriber::Hearing WhisperTranscriber::hear(const std::vector<float>& window, int audioContext)
+std::string WhisperTranscriber::transcribe(std::span<const float> window)
+{
+    const auto fitted = fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context.get()));
+    const auto hearing = hear(window, fitted);
+    return fitted != 0 && hearing.isDoubtful ? hear(window, 0).text : hearing.text;
+}
+
+WhisperTranscriber::Hearing WhisperTranscriber::hear(std::span<const float> window, int audioContext)
 {
     const auto seconds = static_cast<double>(window.size()) / kSamplesPerSecond;
     m_expectedTokens = seconds * kTokensPerSecond + 1;
@@ -84,11 +91,12 @@ WhisperTranscriber::Hearing WhisperTranscriber::hear(const std::vector<float>& w
         parameters.max_tokens = kMostTokensBase + static_cast<int>(seconds * kMostTokensPerSecond);
     }
     if (whisper_full(m_context.get(), parameters, window.data(), static_cast<int>(window.size())) != 0)
-        throw EngineFailure("The speech engine failed while it listened.", "Try again, or choose another speech model.");
+        throw EngineFailure(
+            "The speech engine failed while it listened.", "Try again, or choose another speech model.");
     Hearing hearing;
     for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment)
         hearing.text += whisper_full_get_segment_text(m_context.get(), segment);
-    hearing.isDoubtful = isUnsure() || repeatsItself(hearing.text)
+    hearing.isDoubtful = hearing.text.empty() || isUnsure() || repeatsItself(hearing.text)
         || (parameters.max_tokens > 0 && m_decodedTokens >= parameters.max_tokens);
     return hearing;
 }
@@ -107,25 +115,30 @@ whisper_full_params WhisperTranscriber::parameters()
     parameters.print_realtime = false;
     parameters.print_timestamps = false;
     parameters.logits_filter_callback_user_data = this;
-    parameters.logits_filter_callback = [](whisper_context*, whisper_state*, const whisper_token_data*, int tokens,
-                                            float*, void* self) {
-        // Called by several threads; the first token of each position comes after the encoder, on the caller's thread.
-        (void)tokens;
-        (void)self;
-    };
+    parameters.logits_filter_callback
+        = [](whisper_context*, whisper_state*, const whisper_token_data*, int tokens, float*, void* self) {
+              static_cast<WhisperTranscriber*>(self)->tokenDecoded(tokens);
+          };
     return parameters;
+}
+
+void WhisperTranscriber::tokenDecoded(int tokens)
+{
+    int most = m_decodedTokens;
+    while (tokens > most && !m_decodedTokens.compare_exchange_weak(most, tokens)) { }
+    m_progress.decoded(tokens / m_expectedTokens);
 }
 
 bool WhisperTranscriber::isUnsure() const
 {
-    const auto defaults = whisper_full_default_params(WHISPER_SAMPLING_BEAM_SEARCH);
+    const auto threshold = whisper_full_default_params(WHISPER_SAMPLING_BEAM_SEARCH).logprob_thold;
     double sum = 0;
     int count = 0;
     for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
         for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token, ++count)
             sum += std::log(static_cast<double>(whisper_full_get_token_p(m_context.get(), segment, token)) + 1e-9);
     }
-    return count > 0 && sum / count < static_cast<double>(defaults.logprob_thold);
+    return count > 0 && sum / count < static_cast<double>(threshold);
 }
 
 } // namespace tallowfern

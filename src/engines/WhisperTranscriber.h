@@ -4,9 +4,10 @@
 #include "engines/ModelFile.h"
 #include "engines/Progress.h"
 
+#include <atomic>
 #include <memory>
+#include <span>
 #include <string>
-#include <vector>
 
 struct whisper_context;
 struct whisper_full_params;
@@ -18,30 +19,32 @@ class WhisperTranscriber {
 public:
     /// Loads the model; `arguments` and `progress` must outlive this object. Throws EngineFailure.
     WhisperTranscriber(ModelFile& model, const Arguments& arguments, Progress& progress);
-    ~WhisperTranscriber();
-    WhisperTranscriber(const WhisperTranscriber&) = delete;
-    WhisperTranscriber& operator=(const WhisperTranscriber&) = delete;
 
     /// The text of at most 30 s of sound, as the model spells it (it begins with a blank). Throws EngineFailure.
-    std::string transcribe(const std::vector<float>& window);
+    std::string transcribe(std::span<const float> window);
 
 private:
     struct Hearing {
         std::string text;
         bool isDoubtful = false;
     };
+    struct Free {
+        void operator()(whisper_context* context) const;
+    };
 
-    Hearing hear(const std::vector<float>& window, int audioContext);
+    static std::unique_ptr<whisper_context, Free> load(ModelFile& model);
+    Hearing hear(std::span<const float> window, int audioContext);
     whisper_full_params parameters();
+    void tokenDecoded(int tokens);
     bool isUnsure() const;
 
     const Arguments& m_arguments;
     Progress& m_progress;
     std::string m_language;
     std::string m_prompt;
-    std::unique_ptr<whisper_context, void (*)(whisper_context*)> m_context;
+    std::unique_ptr<whisper_context, Free> m_context;
     double m_expectedTokens = 1;
-    int m_decodedTokens = 0;
+    std::atomic<int> m_decodedTokens = 0; // the decoder's threads count in it
 };
 
 } // namespace tallowfern
