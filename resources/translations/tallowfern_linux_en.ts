@@ -3,10 +3,22 @@
 <TS version="2.1" language="en_US" sourcelanguage="en_US">
 <context>
     <name>Tallowfern</name>
-    <message><source>⌃</source><translation>Ctrl+</translation></message>
-    <message><source>⌥</source><translation>Alt+</translation></message>
-    <message><source>⇧</source><translation>Shift+</translation></message>
-    <message><source>⌘</source><translation>Super+</translation></message>
+    <message>
+        <source>⌃</source>
+        <translation>Ctrl+</translation>
+    </message>
+    <message>
+        <source>⌥</source>
+        <translation>Alt+</translation>
+    </message>
+    <message>
+        <source>⇧</source>
+        <translation>Shift+</translation>
+    </message>
+    <message>
+        <source>⌘</source>
+        <translation>Super+</translation>
+    </message>
     <message>
         <source>Accessibility access is required for automatic paste.</source>
         <translation>This desktop does not let Tallowfern paste. Automatic paste needs the XTEST extension of the X server.</translation>
