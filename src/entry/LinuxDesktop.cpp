@@ -2,6 +2,8 @@
 
 #include "foundation/Words.h"
 
+#include <csignal>
+
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
@@ -10,6 +12,7 @@ QString LinuxDesktop::prepareProcess()
 {
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         return words("There is no X11 desktop here (DISPLAY is not set). Start Tallowfern within a graphical session.");
+    std::signal(SIGXFSZ, SIG_IGN); // a file at its size limit is a failed write, not our end
     qputenv("QT_QPA_PLATFORM", "xcb"); // one display for Qt and for us, also where a Wayland session offers both
     return {};
 }

@@ -9,6 +9,7 @@
 #include "platform/linux/sound/PulseSoundPlayer.h"
 #include "platform/linux/x11/X11Desktop.h"
 
+#include <QCoroTask>
 #include <QString>
 
 #include <memory>
@@ -27,6 +28,8 @@ public:
         Clock& clock, const QString& configurationFolder, const QString& resourcesFolder);
 
     PlatformServices services();
+    /// Before the end; takes two seconds at most.
+    QCoro::Task<> handOverClipboard() { return m_x11->pasteboard().handOver(); }
     X11Desktop& x11() { return *m_x11; }
 
 private:

@@ -43,6 +43,14 @@ QString libexecFolder()
     return QCoreApplication::applicationDirPath(); // lib/tallowfern, in build tree and installation alike
 }
 
+/// What the clipboard holds of ours would end with us, so it goes to the desktop's clipboard manager.
+QCoro::Task<> endInOrder(AppState& state, LinuxDesktop& desktop)
+{
+    state.prepareToQuit();
+    co_await desktop.handOverClipboard();
+    QCoreApplication::quit();
+}
+
 int run()
 {
     const ControlService::Claim claim = ControlService::claimName();
@@ -59,10 +67,7 @@ int run()
     const auto& services = std::get<std::unique_ptr<LinuxDesktop>>(desktop);
 
     AppState state(services->services(), AppPaths::forUser(), ResourceLocator(libexecFolder()), QThread::idealThreadCount());
-    const auto quit = [&state] {
-        state.prepareToQuit();
-        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); // the answer goes out first
-    };
+    const auto quit = [&state, &services] { endInOrder(state, *services); };
     const ControlService control(state, quit);
     const StatusItem statusItem(state.dictation, quit);
     const EndSignals endSignals(quit);
