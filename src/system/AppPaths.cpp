@@ -77,17 +77,50 @@ AppPaths AppPaths::forUser()
     return AppPaths(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
 }
 
-QString AppPaths::root() const { return m_base + u"/Tallowfern"_s; }
-QString AppPaths::models() const { return root() + u"/Models"_s; }
-QString AppPaths::agentModels() const { return root() + u"/AgentModels"_s; }
-QString AppPaths::agentData() const { return root() + u"/Agent"_s; }
-QString AppPaths::agentAttachments() const { return agentData() + u"/Attachments"_s; }
-QString AppPaths::agentConversations() const { return agentData() + u"/conversations.json"_s; }
-QString AppPaths::agentSessions() const { return agentData() + u"/sessions.sqlite"_s; }
-QString AppPaths::customAgentModels() const { return agentData() + u"/custom-models.json"_s; }
-QString AppPaths::recordings() const { return root() + u"/Recordings"_s; }
-QString AppPaths::temporaryRecordings() const { return root() + u"/TemporaryRecordings"_s; }
-QString AppPaths::history() const { return root() + u"/history.json"_s; }
+QString AppPaths::root() const
+{
+    return m_base + u"/Tallowfern"_s;
+}
+QString AppPaths::models() const
+{
+    return root() + u"/Models"_s;
+}
+QString AppPaths::agentModels() const
+{
+    return root() + u"/AgentModels"_s;
+}
+QString AppPaths::agentData() const
+{
+    return root() + u"/Agent"_s;
+}
+QString AppPaths::agentAttachments() const
+{
+    return agentData() + u"/Attachments"_s;
+}
+QString AppPaths::agentConversations() const
+{
+    return agentData() + u"/conversations.json"_s;
+}
+QString AppPaths::agentSessions() const
+{
+    return agentData() + u"/sessions.sqlite"_s;
+}
+QString AppPaths::customAgentModels() const
+{
+    return agentData() + u"/custom-models.json"_s;
+}
+QString AppPaths::recordings() const
+{
+    return root() + u"/Recordings"_s;
+}
+QString AppPaths::temporaryRecordings() const
+{
+    return root() + u"/TemporaryRecordings"_s;
+}
+QString AppPaths::history() const
+{
+    return root() + u"/history.json"_s;
+}
 
 void AppPaths::prepare() const
 {

@@ -18,8 +18,8 @@ public:
     QString agentData() const;
     QString agentAttachments() const;
     QString agentConversations() const; ///< file
-    QString agentSessions() const;      ///< file
-    QString customAgentModels() const;  ///< file
+    QString agentSessions() const; ///< file
+    QString customAgentModels() const; ///< file
     QString recordings() const;
     QString temporaryRecordings() const;
     QString history() const; ///< file

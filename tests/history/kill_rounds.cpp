@@ -40,7 +40,7 @@ QList<int> numbersIn(const QString& folder)
     VirtualClock clock;
     const AppPaths paths(folder);
     const HistoryStore store(paths, clock);
-    if (QDir(paths.root()).entryList({u"history.json?*"_s}, QDir::Files).size() > 0)
+    if (!QDir(paths.root()).entryList({u"history.json?*"_s}, QDir::Files).isEmpty())
         throw std::runtime_error("the file was damaged, or a copy of it was left");
     QList<int> numbers;
     for (const HistoryItem& item : store.items())
