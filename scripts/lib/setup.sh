@@ -34,7 +34,8 @@ missing_packages() {
   local wanted installed
   wanted=$(packages "$@")
   # shellcheck disable=SC2086
-  installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null | sed -n 's/^installed //p' | sort -u)
+  installed=$({ dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null || true; } | # fails over unknown ones
+    sed -n 's/^installed //p' | sort -u)
   comm -23 <(printf '%s\n' "$wanted") <(printf '%s\n' "$installed") | while read -r name; do
     [ "$name" = npm ] && command -v npm >/dev/null && continue # from wherever it came
     printf '%s\n' "$name"
