@@ -1,29 +1,14 @@
 #include "interface/StatusItem.h"
 
 #include "foundation/Words.h"
+#include "interface/TrayIcon.h"
 
 #include <QAction>
 #include <QCursor>
-#include <QIcon>
 
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// A themed icon is tinted by the desktop; ours is drawn for dark panels.
-QIcon trayIcon(CaptureStatus::Case state)
-{
-    QString name = u"tallowfern-tray-idle-symbolic"_s;
-    if (state == CaptureStatus::Case::Recording)
-        name = u"tallowfern-tray-recording-symbolic"_s;
-    else if (state == CaptureStatus::Case::Processing)
-        name = u"tallowfern-tray-working-symbolic"_s;
-    return QIcon::fromTheme(name, QIcon(u":/icons/%1.svg"_s.arg(name)));
-}
-
-} // namespace
 
 StatusItem::StatusItem(DictationSession& dictation, std::function<void()> quit)
     : m_dictation(dictation)
