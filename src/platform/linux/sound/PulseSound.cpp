@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QtEndian>
 
-#include <pulse/operation.h>
 #include <pulse/proplist.h>
 
 #include <algorithm>
@@ -77,8 +76,13 @@ void PulseSound::stop()
     const PulseContext::Lock lock(m_context);
     if (!m_stream)
         return;
+    if (m_drain) {
+        pa_operation_cancel(m_drain); // or its answer, on the way by now, comes to an object that is gone
+        pa_operation_unref(m_drain);
+        m_drain = nullptr;
+    }
     pa_stream_set_state_callback(m_stream, nullptr, nullptr);
-    pa_stream_disconnect(m_stream); // which also forgets that we wait for its end
+    pa_stream_disconnect(m_stream);
     pa_stream_unref(m_stream);
     m_stream = nullptr;
 }
@@ -90,8 +94,7 @@ void PulseSound::onState(pa_stream* stream, void* userData)
         return;
     const QByteArray& bytes = self->m_scaled;
     pa_stream_write(stream, bytes.constData(), static_cast<size_t>(bytes.size()), nullptr, 0, PA_SEEK_RELATIVE);
-    if (pa_operation* operation = pa_stream_drain(stream, &PulseSound::onDrained, self))
-        pa_operation_unref(operation);
+    self->m_drain = pa_stream_drain(stream, &PulseSound::onDrained, self);
 }
 
 void PulseSound::onDrained(pa_stream* stream, int, void* userData)

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 
+#include <pulse/operation.h>
 #include <pulse/stream.h>
 
 #include <optional>
@@ -40,6 +41,7 @@ private:
     // Under the lock.
     QByteArray m_scaled;
     pa_stream* m_stream = nullptr;
+    pa_operation* m_drain = nullptr;
 };
 
 } // namespace tallowfern
