@@ -21,6 +21,7 @@ constexpr int kMostTokensBase = 24;
 
 std::string knownLanguage(const std::string& language)
 {
+    whisper_log_set([](ggml_log_level, const char*, void*) {}, nullptr); // it would tell of an unknown one itself
     if (language != "auto" && whisper_lang_id(language.c_str()) < 0)
         throw EngineFailure("The speech engine does not know the language \"" + language + "\".",
             "Choose a language that the speech model knows.");
