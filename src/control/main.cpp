@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <unistd.h>
 
@@ -31,8 +32,9 @@ int becomeApplication(char** argv)
     const QString self = QFileInfo(u"/proc/self/exe"_s).symLinkTarget();
     const QByteArray program = QFileInfo(self).path().toLocal8Bit() + "/../lib/tallowfern/tallowfern-app";
     ::execv(program.constData(), argv);
-    return fail(kFailed, u"Tallowfern cannot be started from %1: %2. Install it again."_s.arg(
-                             QString::fromLocal8Bit(program), QString::fromLocal8Bit(std::strerror(errno))));
+    return fail(kFailed,
+        u"Tallowfern cannot be started from %1: %2. Install it again."_s.arg(
+            QString::fromLocal8Bit(program), QString::fromLocal8Bit(std::strerror(errno))));
 }
 
 QDBusMessage call(QDBusConnection& bus, const QString& method, const QVariantList& arguments)
@@ -84,12 +86,8 @@ int showStatus(QDBusConnection& bus, const QStringList& words)
     return words.contains(u"--follow"_s) ? QCoreApplication::exec() : kDone;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
-    if (argc < 2)
-        return becomeApplication(argv);
     QCoreApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments().mid(1);
     if (words.value(0) == u"--help"_s) {
@@ -107,6 +105,17 @@ int main(int argc, char** argv)
     if (reply.type() == QDBusMessage::ErrorMessage)
         return fail(kFailed, u"Tallowfern is not running."_s);
     return kDone;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2)
+        return becomeApplication(argv);
+    const int status = run(argc, argv);
+    std::fflush(nullptr);
+    std::_Exit(status); // Qt's bus thread complains when its types are taken down under it
 }
 
 #include "main.moc"
