@@ -12,7 +12,7 @@ import threading
 import time
 import unittest
 
-PATIENCE = int(os.environ.get("TALLOWFERN_PATIENCE", 60))  # seconds for each event; a slow machine is no failure
+PATIENCE = 60  # seconds for each event; a slow machine is no failure
 TOGGLE, TALK, CANCEL = "alt+space", "ctrl+alt+space", "Escape"
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
