@@ -1,5 +1,6 @@
 #include "engines/Prompt.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace tallowfern {
@@ -8,6 +9,7 @@ namespace {
 
 constexpr std::size_t kMostBytes = 16 * 1024;
 constexpr int kLongestRun = 200;
+const std::string kSeparator = ", ";
 
 enum class Kind {
     Space,
@@ -31,6 +33,22 @@ bool continuesCharacter(char character)
     return (static_cast<unsigned char>(character) & 0xC0U) == 0x80;
 }
 
+/// In characters of one kind in a row.
+int longestRun(const std::string& term)
+{
+    int longest = 0;
+    int run = 0;
+    auto kind = Kind::Space;
+    for (const char character : term) {
+        if (continuesCharacter(character))
+            continue;
+        run = kindOf(character) == kind ? run + 1 : 1;
+        kind = kindOf(character);
+        longest = std::max(longest, run);
+    }
+    return longest;
+}
+
 } // namespace
 
 std::string boundedPrompt(const std::string& prompt)
@@ -39,17 +57,12 @@ std::string boundedPrompt(const std::string& prompt)
     while (begin > 0 && begin < prompt.size() && continuesCharacter(prompt[begin]))
         ++begin;
     std::string bounded;
-    int run = 0;
-    bool keeps = true;
-    auto kind = Kind::Space;
-    for (auto at = begin; at < prompt.size(); ++at) {
-        if (!continuesCharacter(prompt[at])) {
-            run = kindOf(prompt[at]) == kind ? run + 1 : 1;
-            kind = kindOf(prompt[at]);
-            keeps = run <= kLongestRun;
-        }
-        if (keeps)
-            bounded += prompt[at];
+    while (begin < prompt.size()) {
+        const std::size_t end = std::min(prompt.find(kSeparator, begin), prompt.size());
+        const std::string term = prompt.substr(begin, end - begin);
+        if (longestRun(term) <= kLongestRun)
+            bounded += (bounded.empty() ? std::string() : kSeparator) + term;
+        begin = end + kSeparator.size();
     }
     return bounded;
 }

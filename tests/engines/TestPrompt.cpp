@@ -23,16 +23,14 @@ TEST(Prompt, KeepsItsEnd)
     EXPECT_TRUE(bounded.ends_with("Term11999, last"));
 }
 
-TEST(Prompt, BreaksLongRunsThatTheLibraryDiesOf)
+TEST(Prompt, LeavesOutTermsThatTheLibraryDiesOf)
 {
     for (const std::string unit : {"a", "7", "-", "漢", "\xFF", " "}) {
         std::string run;
-        for (int i = 0; i < 9000; ++i)
+        for (int i = 0; i < 5000; ++i)
             run += unit;
-        const auto bounded = boundedPrompt(run + ", Kafka");
-        EXPECT_LE(bounded.size(), 200 * unit.size() + 7) << unit;
-        EXPECT_TRUE(bounded.ends_with(", Kafka"));
-        EXPECT_EQ((bounded.size() - 7) % unit.size(), 0U) << "characters stay whole: " << unit;
+        EXPECT_EQ(boundedPrompt("Zürich, " + run + ", Kafka"), "Zürich, Kafka") << unit;
+        EXPECT_EQ(boundedPrompt(run), "") << unit;
     }
 }
 

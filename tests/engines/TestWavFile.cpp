@@ -82,7 +82,7 @@ TEST(WavFile, SaysWhyARecordingCannotBeRead)
         {"", "empty"},
         {"RIFF", "damaged"},
         {std::string(5000, 'x'), "damaged"},
-        {wav(8, "").substr(0, 20), "empty"},
+        {wav(8, "").substr(0, 20), "damaged"},
         {wav(8, kFourSamples).substr(0, 36), "empty"},
         {wav(0, ""), "empty"},
         {wav(1, "x"), "empty"},
