@@ -21,7 +21,8 @@ const QList<Verb>& verbs()
         {"cancel", {}, "discard the recording"},
         {"open", {}, "bring Tallowfern to front"},
         {"quit", {}, "end Tallowfern"},
-        {"status", {u"--json"_s, u"--follow"_s}, "print what it is doing; --json for programs, --follow at each change"},
+        {"status", {u"--json"_s, u"--follow"_s},
+            "print what it is doing; --json for programs, --follow at each change"},
     };
     return list;
 }

@@ -9,10 +9,10 @@ namespace tallowfern {
 /// State of a Dictation.
 struct CaptureStatus {
     enum class Case {
-        Success,    ///< `text` is the finished transcript, shown until the overlay hides
-        Error,      ///< `text` is the message on the overlay
-        Idle,       ///< nothing in progress
-        Recording,  ///< the microphone is open
+        Success, ///< `text` is the finished transcript, shown until the overlay hides
+        Error, ///< `text` is the message on the overlay
+        Idle, ///< nothing in progress
+        Recording, ///< the microphone is open
         Processing, ///< the engine or the delivery is running
     };
     Case state = Case::Idle;

@@ -20,7 +20,7 @@ namespace tallowfern {
 struct FinishedDictation {
     QString text;
     QString audioPath; ///< removed as soon as the text is on the clipboard
-    double duration;   ///< of the recording, seconds
+    double duration; ///< of the recording, seconds
     QString modelID;
     std::optional<RunningApplication> target;
 };

@@ -173,8 +173,8 @@ QCoro::Task<> DictationSession::transcribe(Take take)
     QString failure;
     try {
         const QString modelPath = m_with.models.localPath(take.model);
-        const QString text = co_await m_with.runner.transcribe(
-            take.recording.path, take.model, modelPath, take.vocabulary, report);
+        const QString text
+            = co_await m_with.runner.transcribe(take.recording.path, take.model, modelPath, take.vocabulary, report);
         if (stop.stop_requested())
             co_return;
         m_with.progress.finish();

@@ -17,8 +17,8 @@ inline constexpr auto enumStrings(AppSection)
 enum class SettingsArea { Shortcuts, Behaviour, Account };
 inline constexpr auto enumStrings(SettingsArea)
 {
-    return std::array{EnumString{SettingsArea::Shortcuts, "shortcuts"}, EnumString{SettingsArea::Behaviour, "behaviour"},
-        EnumString{SettingsArea::Account, "account"}};
+    return std::array{EnumString{SettingsArea::Shortcuts, "shortcuts"},
+        EnumString{SettingsArea::Behaviour, "behaviour"}, EnumString{SettingsArea::Account, "account"}};
 }
 
 /// The place in the main window where the user is, or should be led. Main thread.

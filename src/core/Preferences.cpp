@@ -47,7 +47,8 @@ E readEnum(const PreferenceStore& store, const char* name, E fallback)
     return stored ? enumFromString<E>(*stored).value_or(fallback) : fallback;
 }
 
-KeyboardShortcutSetting readShortcut(const PreferenceStore& store, const char* name, const KeyboardShortcutSetting& fallback)
+KeyboardShortcutSetting readShortcut(
+    const PreferenceStore& store, const char* name, const KeyboardShortcutSetting& fallback)
 {
     return KeyboardShortcutSetting::load(store, key(name), fallback);
 }

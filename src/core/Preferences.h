@@ -23,7 +23,8 @@ struct ShortcutDefaults {
 /// A value of an unknown form reads as the default. Main thread.
 class Preferences : public QObject {
     Q_OBJECT
-    Q_PROPERTY(bool onboardingComplete READ onboardingComplete WRITE setOnboardingComplete NOTIFY onboardingCompleteChanged)
+    Q_PROPERTY(
+        bool onboardingComplete READ onboardingComplete WRITE setOnboardingComplete NOTIFY onboardingCompleteChanged)
     Q_PROPERTY(QString selectedModelID READ selectedModelID WRITE setSelectedModelID NOTIFY selectedModelIDChanged)
     Q_PROPERTY(bool automaticPaste READ automaticPaste WRITE setAutomaticPaste NOTIFY automaticPasteChanged)
     Q_PROPERTY(bool clipboardRestoreEnabled READ clipboardRestoreEnabled WRITE setClipboardRestoreEnabled NOTIFY

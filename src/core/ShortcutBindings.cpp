@@ -6,8 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void chooseDefault(
-    PreferenceStore& store, HotKeyCenter& center, const QString& key, KeyboardShortcutSetting& shortcut)
+void chooseDefault(PreferenceStore& store, HotKeyCenter& center, const QString& key, KeyboardShortcutSetting& shortcut)
 {
     if (store.value(key))
         return;

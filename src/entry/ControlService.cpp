@@ -38,8 +38,8 @@ ControlService::ControlService(AppState& state, std::function<void()> quit)
         m_lastReport = report;
         Q_EMIT StatusChanged(report);
     });
-    QDBusConnection::sessionBus().registerObject(QString::fromLatin1(control::kPath), this,
-        QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+    QDBusConnection::sessionBus().registerObject(
+        QString::fromLatin1(control::kPath), this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
 }
 
 void ControlService::Do(const QStringList& words)

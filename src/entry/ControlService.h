@@ -16,9 +16,9 @@ class ControlService : public QObject {
     Q_CLASSINFO("D-Bus Interface", "com.tallowfern.Control1")
 public:
     enum class Claim {
-        Ours,    ///< this is the one instance
+        Ours, ///< this is the one instance
         Another, ///< one runs already
-        NoBus,   ///< nothing can be told: the application runs without control
+        NoBus, ///< nothing can be told: the application runs without control
     };
     /// Takes the name on the bus.
     static Claim claimName();

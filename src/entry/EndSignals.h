@@ -6,7 +6,8 @@
 
 namespace tallowfern {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main loop, so that the application ends in order. One per process.
+/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main loop, so that the application ends in order. One per
+/// process.
 class EndSignals : public QObject {
     Q_OBJECT
 public:

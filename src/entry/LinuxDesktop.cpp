@@ -27,8 +27,8 @@ std::variant<std::unique_ptr<LinuxDesktop>, QString> LinuxDesktop::create(
         std::move(std::get<std::unique_ptr<X11Desktop>>(opened)), clock, configurationFolder, resourcesFolder));
 }
 
-LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, Clock& clock, const QString& configurationFolder,
-    const QString& resourcesFolder)
+LinuxDesktop::LinuxDesktop(
+    std::unique_ptr<X11Desktop> x11, Clock& clock, const QString& configurationFolder, const QString& resourcesFolder)
     : m_clock(clock)
     , m_preferences(configurationFolder + u"/preferences.json"_s, clock)
     , m_x11(std::move(x11))

@@ -66,7 +66,8 @@ int run()
         return fail(*problem);
     const auto& services = std::get<std::unique_ptr<LinuxDesktop>>(desktop);
 
-    AppState state(services->services(), AppPaths::forUser(), ResourceLocator(libexecFolder()), QThread::idealThreadCount());
+    AppState state(
+        services->services(), AppPaths::forUser(), ResourceLocator(libexecFolder()), QThread::idealThreadCount());
     const auto quit = [&state, &services] { endInOrder(state, *services); };
     const ControlService control(state, quit);
     const StatusItem statusItem(state.dictation, quit);

@@ -10,7 +10,8 @@
 namespace tallowfern {
 
 /// An enumeration that is stored as strings has one table, used in both directions:
-///     inline constexpr auto enumStrings(OverlaySize) { return std::array{EnumString{OverlaySize::Classic, "Classic"}, …}; }
+///     inline constexpr auto enumStrings(OverlaySize) { return std::array{EnumString{OverlaySize::Classic, "Classic"},
+///     …}; }
 template <class E>
 struct EnumString {
     E value;
@@ -20,7 +21,10 @@ template <class E>
 EnumString(E, const char*) -> EnumString<E>;
 
 template <class E>
-concept StringEnum = requires(E e) { enumStrings(e); };
+concept StringEnum = requires(E e)
+{
+    enumStrings(e);
+};
 
 template <StringEnum E>
 QString enumToString(E value)

@@ -57,7 +57,8 @@ bool writeAll(int descriptor, QByteArrayView bytes)
 
 void flushFolderOf(const QString& path)
 {
-    const Descriptor folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder(
+        ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.number() >= 0)
         ::fsync(folder.number()); // some file systems cannot, and the rename has happened all the same
 }

@@ -70,13 +70,34 @@ void read(const QJsonValue& value, QDateTime& out)
         fail(QStringLiteral("no date"));
 }
 
-QJsonValue write(bool value) { return value; }
-QJsonValue write(double value) { return value; }
-QJsonValue write(qint64 value) { return value; }
-QJsonValue write(quint32 value) { return qint64{value}; }
-QJsonValue write(const QString& value) { return value; }
-QJsonValue write(const QUuid& value) { return value.toString(QUuid::WithoutBraces).toUpper(); }
-QJsonValue write(const QDateTime& value) { return value.toUTC().toString(Qt::ISODate); }
+QJsonValue write(bool value)
+{
+    return value;
+}
+QJsonValue write(double value)
+{
+    return value;
+}
+QJsonValue write(qint64 value)
+{
+    return value;
+}
+QJsonValue write(quint32 value)
+{
+    return qint64{value};
+}
+QJsonValue write(const QString& value)
+{
+    return value;
+}
+QJsonValue write(const QUuid& value)
+{
+    return value.toString(QUuid::WithoutBraces).toUpper();
+}
+QJsonValue write(const QDateTime& value)
+{
+    return value.toUTC().toString(Qt::ISODate);
+}
 
 QByteArray storageBytes(const QJsonValue& value)
 {

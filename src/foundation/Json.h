@@ -52,7 +52,10 @@ constexpr Field<R, T> tolerated(const char* key, T R::*member)
 }
 
 template <class T>
-concept Record = requires { T::jsonFields(); };
+concept Record = requires
+{
+    T::jsonFields();
+};
 
 // Scalars. Numbers are strict: an integer must be whole and in range. Dates are ISO 8601 in UTC, whole seconds.
 void read(const QJsonValue& value, bool& out);
@@ -115,9 +118,11 @@ QJsonValue write(const QList<T>& value)
 }
 
 template <class T>
-struct IsOptional : std::false_type { };
+struct IsOptional : std::false_type {
+};
 template <class T>
-struct IsOptional<std::optional<T>> : std::true_type { };
+struct IsOptional<std::optional<T>> : std::true_type {
+};
 
 template <class R, class T>
 void readField(const QJsonObject& object, R& record, const Field<R, T>& field)

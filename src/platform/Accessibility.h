@@ -10,7 +10,7 @@ namespace tallowfern {
 /// An element of another application's interface.
 struct AccessibleElement {
     QString service; ///< the application's address on the accessibility bus
-    QString path;    ///< the element within it
+    QString path; ///< the element within it
     qint64 processIdentifier = 0;
 
     bool operator==(const AccessibleElement&) const = default;

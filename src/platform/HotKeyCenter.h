@@ -15,7 +15,7 @@ struct KeyChord {
     static constexpr quint32 kOption = 2048; ///< Alt on Linux
     static constexpr quint32 kControl = 4096;
 
-    quint32 keyCode = 0;   ///< virtual key code, by position: 49 is Space, 53 is Escape
+    quint32 keyCode = 0; ///< virtual key code, by position: 49 is Space, 53 is Escape
     quint32 modifiers = 0;
 
     bool operator==(const KeyChord&) const = default;

@@ -17,8 +17,8 @@ using PasteboardItem = QMap<QString, QByteArray>;
 struct PasteboardReading {
     enum class Extent {
         Complete, ///< everything that is worth keeping
-        Partial,  ///< some types could not be had in time; see `missing`
-        Unread,   ///< the clipboard has content, and none of it could be read
+        Partial, ///< some types could not be had in time; see `missing`
+        Unread, ///< the clipboard has content, and none of it could be read
     };
     QList<PasteboardItem> items; ///< empty and Complete: the clipboard is empty
     Extent extent = Extent::Complete;

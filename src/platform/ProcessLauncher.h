@@ -22,7 +22,7 @@ struct ProcessRequest {
 /// How a child ended.
 struct ProcessExit {
     bool crashed = false; ///< ended by a signal
-    int status = 0;       ///< exit status, or the number of the signal
+    int status = 0; ///< exit status, or the number of the signal
 };
 
 /// A running child, in a process group of its own, that dies with us. Main thread; the callbacks run from the event

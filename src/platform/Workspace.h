@@ -10,12 +10,15 @@ namespace tallowfern {
 /// An application that text can be delivered into: one window with its process. Two values are the same application
 /// when their `identity` is the same.
 struct RunningApplication {
-    quint64 identity = 0;           ///< of the window; opaque
-    qint64 processIdentifier = 0;   ///< 0 when the desktop does not tell
-    QString localizedName;          ///< as the user knows it, for example "Text Editor"
-    QString applicationIdentifier;  ///< desktop file or class name, for rules about kinds of applications
+    quint64 identity = 0; ///< of the window; opaque
+    qint64 processIdentifier = 0; ///< 0 when the desktop does not tell
+    QString localizedName; ///< as the user knows it, for example "Text Editor"
+    QString applicationIdentifier; ///< desktop file or class name, for rules about kinds of applications
 
-    friend bool operator==(const RunningApplication& a, const RunningApplication& b) { return a.identity == b.identity; }
+    friend bool operator==(const RunningApplication& a, const RunningApplication& b)
+    {
+        return a.identity == b.identity;
+    }
 };
 
 /// Which application is in front, and bringing one there. Main thread. All answers come from state that events keep,

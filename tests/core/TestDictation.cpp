@@ -169,8 +169,8 @@ struct StartFailure {
 TEST(Dictation, StartsThatFailSayWhyAndWhereToMendIt)
 {
     const StartFailure cases[] = {
-        {"no microphone", [](DictationDesk& d) { d.microphone.setMicrophone(false); },
-            "Microphone access is required.", "Microphone access is required.", "permissions", 6},
+        {"no microphone", [](DictationDesk& d) { d.microphone.setMicrophone(false); }, "Microphone access is required.",
+            "Microphone access is required.", "permissions", 6},
         {"no chords", [](DictationDesk& d) { d.desk.keys.canPostChords = false; },
             "Accessibility access is required for automatic paste.",
             "Accessibility access is required for automatic paste.", "permissions", 6},
@@ -186,8 +186,8 @@ TEST(Dictation, StartsThatFailSayWhyAndWhereToMendIt)
         {"model file gone", [](DictationDesk& d) { d.app->models.deleteModel(SpeechModel::catalog().first()); },
             "Choose a downloaded model.", "Choose or download a Dictation model.", "dictationModels", 2.2},
         {"refused", [](DictationDesk& d) { d.microphone.refusesToRecord = true; },
-            "Tallowfern could not access the microphone.", "Tallowfern could not access the microphone.",
-            "permissions", 2.2},
+            "Tallowfern could not access the microphone.", "Tallowfern could not access the microphone.", "permissions",
+            2.2},
         {"disk full", [](DictationDesk& d) { d.microphone.createFailure = u"No space left on device"_s; },
             "No space left on device", "No space left on device", "permissions", 2.2},
     };
@@ -208,7 +208,8 @@ TEST(Dictation, StartsThatFailSayWhyAndWhereToMendIt)
         d.desk.clock.advance(0.02);
         EXPECT_EQ(d.state(), Case::Idle);
         EXPECT_FALSE(d.app->overlay.isPresented());
-        EXPECT_EQ(d.app->navigation.selectedSection() == AppSection::Models, c.destination == std::string("dictationModels"));
+        EXPECT_EQ(
+            d.app->navigation.selectedSection() == AppSection::Models, c.destination == std::string("dictationModels"));
     }
 }
 
@@ -322,13 +323,13 @@ TEST(Dictation, WordsGoWhereTheyBeganOrNowhere)
     };
     const Loss losses[] = {
         {"closed", [](DictationDesk& l) { l.desk.windows.close(l.editor); }},
-        {"does not come", [](DictationDesk& l) {
-             l.desk.windows.open(u"Other"_s);
-             l.desk.windows.refusesActivation = true;
-         }},
-        {"another pushes itself in front before the chord", [](DictationDesk& l) {
-             l.desk.after(0.05, [&l] { l.desk.windows.open(u"Other"_s); });
-         }},
+        {"does not come",
+            [](DictationDesk& l) {
+                l.desk.windows.open(u"Other"_s);
+                l.desk.windows.refusesActivation = true;
+            }},
+        {"another pushes itself in front before the chord",
+            [](DictationDesk& l) { l.desk.after(0.05, [&l] { l.desk.windows.open(u"Other"_s); }); }},
     };
     for (const Loss& loss : losses) {
         SCOPED_TRACE(loss.name);

@@ -11,7 +11,7 @@ class FakeSoundPlayer final : public SoundPlayer {
 public:
     bool hasSounds = true;
     QStringList played; ///< name and volume
-    int playing = 0;    ///< alive now
+    int playing = 0; ///< alive now
     int beeps = 0;
 
     std::unique_ptr<Sound> load(const QString& name) override
@@ -30,10 +30,7 @@ private:
             ++m_player.playing;
         }
         ~FakeSound() override { --m_player.playing; }
-        void play(double volume) override
-        {
-            m_player.played.append(QStringLiteral("%1 %2").arg(m_name).arg(volume));
-        }
+        void play(double volume) override { m_player.played.append(QStringLiteral("%1 %2").arg(m_name).arg(volume)); }
 
     private:
         FakeSoundPlayer& m_player;

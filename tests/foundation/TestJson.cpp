@@ -38,7 +38,8 @@ struct Sample {
     }
 };
 
-const QByteArray kGood = R"({"count":3,"ratio":1.5,"tone":"loud","date":"2026-01-02T03:04:05Z","inner":[{"name":"a"}]})";
+const QByteArray kGood
+    = R"({"count":3,"ratio":1.5,"tone":"loud","date":"2026-01-02T03:04:05Z","inner":[{"name":"a"}]})";
 
 TEST(Json, RecordsReturnAsTheyWere)
 {
