@@ -74,6 +74,7 @@ void observeStatus(const AppState& state, QObject* context, const std::function<
     QObject::connect(&state.permissions, &Permissions::changed, context, changed);
     QObject::connect(&state.hotKeys, &HotKeyManager::statesChanged, context, changed);
     QObject::connect(&state.models, &ModelStore::revisionChanged, context, changed);
+    QObject::connect(&state.models, &ModelStore::standInChanged, context, changed);
     QObject::connect(&state.preferences, &Preferences::selectedModelIDChanged, context, changed);
 }
 
