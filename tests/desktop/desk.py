@@ -5,7 +5,6 @@ Runs inside `scripts/desktop`; TALLOWFERN_BUILD names the build tree.
 import json
 import os
 import pathlib
-import stat
 import subprocess
 import tempfile
 import threading
@@ -53,6 +52,23 @@ def speak(recording):
     run("paplay", "-d", "vmic_in", str(recording), check=True)
     subprocess.run(["paplay", "--raw", "--rate=16000", "--channels=1", "-d", "vmic_in"], input=bytes(16000), check=True,
                    timeout=PATIENCE)
+
+
+class Microphone:
+    """The virtual microphone of the desktop, to be pulled out and put back."""
+
+    @staticmethod
+    def unplug():
+        for module in run("pactl", "list", "short", "modules", check=True).splitlines():
+            if "module-remap-source" in module:
+                run("pactl", "unload-module", module.split()[0], check=True)
+
+    @staticmethod
+    def plug():
+        Microphone.unplug()
+        run("pactl", "load-module", "module-remap-source", "source_name=vmic", "master=vmic_in.monitor", "channel_map=mono",
+            check=True)
+        run("pactl", "set-default-source", "vmic", check=True)
 
 
 class Clipboard:
@@ -118,9 +134,9 @@ class Tallowfern:
             self.preferences.write_text(json.dumps(preferences))
         self.process = None
 
-    def start(self):
+    def start(self, *wrapper):
         with open(self.errors, "wb") as errors:
-            self.process = subprocess.Popen([COMMAND], env=self.environment, stderr=errors)
+            self.process = subprocess.Popen([*wrapper, COMMAND], env=self.environment, stderr=errors)
         self.reports, self.seen, self.change = [], 0, threading.Condition()
         threading.Thread(target=self._follow, args=(self.process,), daemon=True).start()
         self.wait("a report", lambda report: True)
@@ -199,8 +215,9 @@ class DeskTest(unittest.TestCase):
         self.addCleanup(app.end)
         return app
 
-    def start(self, preferences=None, environment=None):
-        self.app = self.prepare(preferences, environment).start()
+    def start(self, preferences=None, environment=None, wrapper=()):
+        """`wrapper` is a command that runs another one under some restriction."""
+        self.app = self.prepare(preferences, environment).start(*wrapper)
         self.app.wait("the microphone", lambda report: report["microphoneGranted"])
         return self.app
 
@@ -226,10 +243,16 @@ class DeskTest(unittest.TestCase):
             speak(recording)
         return self.finish()
 
-    def fail_to_dictate(self):
+    def fail_to_dictate(self, recording=None):
+        """The message of the failure."""
         self.begin()
+        if recording:
+            speak(recording)
         press(TOGGLE)
-        return self.app.wait_for("error")
+        report = self.app.wait_for("success", "error")
+        self.assertEqual(report["status"]["case"], "error", report)
+        self.assertEqual(report["errorResolution"]["message"], report["status"]["payload"])
+        return report["status"]["payload"]
 
     def assert_clipboard(self, text):
         try:
