@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+
 #include <QFile>
 #include <QList>
 #include <QString>
@@ -34,6 +37,14 @@ inline double audibleSeconds(const QList<qint16>& samples)
         last = place;
     }
     return double(last - first) / 16000;
+}
+
+inline double loudestOf(const QList<qint16>& samples)
+{
+    double loudest = 0;
+    for (const qint16 sample : samples)
+        loudest = std::max(loudest, std::abs(double(sample)));
+    return loudest;
 }
 
 inline double energyOf(const QList<qint16>& samples)

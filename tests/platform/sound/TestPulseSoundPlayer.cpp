@@ -47,7 +47,7 @@ TEST_F(SoundPlaying, IsHeardAtItsVolumeAndLeavesNothingBehind)
     EXPECT_EQ(player.load(u"Nothing"_s), nullptr);
     ASSERT_TRUE(waitFor([&capture] { return capture.hasMicrophone(); }));
 
-    QList<double> energies;
+    QList<double> loudest;
     for (const auto& [name, volume] :
         {std::pair(u"Pop"_s, 1.0), {u"Pop"_s, 0.5}, {u"Glass"_s, 1.0}, {u"Tink"_s, 1.0}}) {
         const QString file = m_folder.filePath(u"%1-%2.wav"_s.arg(name).arg(volume));
@@ -61,10 +61,10 @@ TEST_F(SoundPlaying, IsHeardAtItsVolumeAndLeavesNothingBehind)
         const qint64 size = QFileInfo(file).size();
         ASSERT_TRUE(waitFor([&file, size] { return QFileInfo(file).size() > size + 16000; }));
         recording->stop();
-        energies.append(energyOf(samplesOf(file)));
-        EXPECT_GT(energies.last(), 1e10) << name.toStdString();
+        loudest.append(loudestOf(samplesOf(file)));
+        EXPECT_GT(loudest.last(), 1000) << name.toStdString();
     }
-    EXPECT_NEAR(energies[1] / energies[0], 0.25, 0.05);
+    EXPECT_NEAR(loudest[1] / loudest[0], 0.5, 0.1); // by its peak: a busy server may drop some of the sound
 
     const auto sound = player.load(u"Glass"_s);
     sound->play(0.1);

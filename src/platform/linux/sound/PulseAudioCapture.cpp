@@ -18,6 +18,9 @@ PulseAudioCapture::PulseAudioCapture(PulseContext& context)
         interruptTake();
         m_stream.drop(); // made again by the next take, or when the sources change
     });
+    constexpr int kPatience = 1000; // milliseconds; the first sample usually comes within 50
+    m_watch.setInterval(kPatience);
+    connect(&m_watch, &QTimer::timeout, this, &PulseAudioCapture::mendSilentStream);
 }
 
 std::unique_ptr<AudioRecording> PulseAudioCapture::create(const QString& path, const AudioSettings& settings)
@@ -37,7 +40,22 @@ bool PulseAudioCapture::begin(PulseAudioRecording* take, SampleListener* listene
     if (!m_stream.start(listener))
         return false;
     m_take = take;
+    m_listener = listener;
+    m_watch.start();
     return true;
+}
+
+/// A busy sound server sometimes leaves a stream without its source; a new stream gets one.
+void PulseAudioCapture::mendSilentStream()
+{
+    const auto microphone = m_sources.microphone();
+    if (!m_take || !microphone || m_stream.isHeard()) {
+        m_watch.stop();
+        return;
+    }
+    m_stream.drop();
+    m_stream.prepare(*microphone);
+    m_stream.start(m_listener);
 }
 
 void PulseAudioCapture::end(PulseAudioRecording* take, SampleListener* listener)
@@ -46,6 +64,7 @@ void PulseAudioCapture::end(PulseAudioRecording* take, SampleListener* listener)
     if (m_take != take)
         return;
     m_take = nullptr;
+    m_watch.stop();
     follow();
 }
 

@@ -5,6 +5,7 @@
 #include "platform/linux/sound/PulseSources.h"
 
 #include <QPointer>
+#include <QTimer>
 
 namespace tallowfern {
 
@@ -28,11 +29,14 @@ public:
 private:
     void follow();
     void interruptTake();
+    void mendSilentStream();
 
     PulseContext& m_context;
     PulseSources m_sources;
     PulseCaptureStream m_stream;
     QPointer<PulseAudioRecording> m_take;
+    SampleListener* m_listener = nullptr; ///< of the take
+    QTimer m_watch; ///< runs until a take has its first sample
     bool m_hasMicrophone = false;
 };
 
