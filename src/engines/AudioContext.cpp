@@ -2,16 +2,19 @@
 
 #include "engines/WavFile.h"
 
+#include <algorithm>
+
 namespace tallowfern {
 
 namespace {
 
 constexpr int kPositionsPerSecond = 50;
-constexpr int kLongestFittedSeconds = 10; // longer ones lost words in trials
-constexpr int kMargin = 128;
-constexpr int kStep = 64;
-constexpr int kOffset = 32; // multiples of 256 destroyed every word in trials
-constexpr int kLeast = 416;
+constexpr int kLongestFittedSeconds = 8; // beyond, words changed in trials
+constexpr int kMargin = 128; // of silence after the words; with less the decoder does not find their end
+// The library computes in blocks and fills the last one with zeros that the model attends to as well, 36 of them in the
+// whole context. With none, or with many more, words changed in trials.
+constexpr int kBlock = 256;
+constexpr int kZeros = 32;
 
 } // namespace
 
@@ -21,9 +24,8 @@ int fittedAudioContext(std::size_t samples, int full)
         return 0;
     constexpr int kSamplesPerPosition = kSamplesPerSecond / kPositionsPerSecond;
     const int speech = (static_cast<int>(samples) + kSamplesPerPosition - 1) / kSamplesPerPosition;
-    int positions = (speech + kMargin + kStep - 1) / kStep * kStep + kOffset;
-    if (positions < kLeast)
-        positions = kLeast;
+    const int blocks = (speech + kMargin + kZeros + kBlock - 1) / kBlock;
+    const int positions = std::max(2, blocks) * kBlock - kZeros;
     return positions < full ? positions : 0;
 }
 

@@ -24,7 +24,7 @@ std::string transcribe(const std::vector<std::string>& words)
         return text;
     for (const auto& window : cutAtSilences(samples, kLongestWindowSeconds)) {
         const auto part = transcriber.transcribe(window.of(samples));
-        if (!text.empty() && !part.starts_with(' '))
+        if (!text.empty() && !part.empty() && !part.starts_with(' '))
             text += ' ';
         text += part;
     }

@@ -9,8 +9,7 @@ namespace tallowfern {
 namespace {
 
 constexpr std::size_t kLongestPhrase = 12;
-constexpr std::size_t kTellingWords = 8; // fewer words said twice are how people speak ("no, no, no")
-constexpr std::size_t kTellingTimes = 4;
+constexpr std::size_t kTellingTimes = 4; // of a word; fewer are how people speak ("no, no, no")
 
 std::vector<std::string> plainWords(const std::string& text)
 {
@@ -46,7 +45,7 @@ bool repeatsItself(const std::string& text)
     for (std::size_t length = 1; length <= kLongestPhrase; ++length) {
         for (auto at = length; at < words.size(); ++at) {
             const auto said = length + repeatedWords(words, at, length);
-            if (said >= kTellingTimes * length || (said >= 2 * length && said >= kTellingWords))
+            if (said >= (length == 1 ? kTellingTimes : 2) * length)
                 return true;
         }
     }

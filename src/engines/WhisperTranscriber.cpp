@@ -74,7 +74,9 @@ std::unique_ptr<whisper_context, WhisperTranscriber::Free> WhisperTranscriber::l
 
 std::string WhisperTranscriber::transcribe(std::span<const float> window)
 {
-    const auto fitted = fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context.get()));
+    // Only the first time: what a longer window leaves behind in the library's memory reaches into a shorter one.
+    const auto fitted = m_hasHeard ? 0 : fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context.get()));
+    m_hasHeard = true;
     const auto hearing = hear(window, fitted);
     return fitted != 0 && hearing.isDoubtful ? hear(window, 0).text : hearing.text;
 }

@@ -43,6 +43,7 @@ private:
     std::string m_language;
     std::string m_prompt;
     std::unique_ptr<whisper_context, Free> m_context;
+    bool m_hasHeard = false;
     double m_expectedTokens = 1;
     std::atomic<int> m_decodedTokens = 0; // the decoder's threads count in it
 };

@@ -14,6 +14,8 @@ import tempfile
 import unittest
 import wave
 
+import parakeet_model
+
 PROGRAMS, RESOURCES = (pathlib.Path(argument) for argument in sys.argv[1:3])
 MODEL = RESOURCES / "models/ggml-tiny.en-q5_1.bin"
 SAMPLES = RESOURCES / "samples"
@@ -85,7 +87,7 @@ class Words(unittest.TestCase):
             self.assertLess(abs(len(heard) - len(expected)), 0.1 * len(expected), heard)
         print(f"joined recordings of {len(pause.join(sound(n) for n, _, _ in everything)) / 32000:.0f} s: "
               f"{errors} of {total} words differ")
-        self.assertLess(errors, 0.25 * total)  # the small model hears joined voices less well
+        self.assertLess(errors, 0.1 * total)  # the small model hears joined voices less well
 
     def test_progress_rises_to_the_end(self):
         done = whisper(SAMPLES / "02.wav")
@@ -105,6 +107,36 @@ class Words(unittest.TestCase):
             self.assertEqual(done.returncode, 0, prompt[:9])
 
 
+class Parakeet(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+        self.model = pathlib.Path(self.folder.name) / "model.bin"
+        parakeet_model.write(self.model)
+
+    def hear(self, recording, model):
+        return run("parakeet-cli", "--model", model, "--file", recording, "--threads", "2", "--no-prints")
+
+    def test_hears_all_of_short_and_long_recordings(self):
+        path = pathlib.Path(self.folder.name) / "recording.wav"
+        for names in (["06.wav"], ["07.wav"], [name for name, _, _ in transcripts()]):
+            frames = b"".join(map(sound, names))
+            with wave.open(str(path), "wb") as file:
+                file.setparams((1, 2, 16000, 0, "NONE", ""))
+                file.writeframes(frames)
+            done = self.hear(path, self.model)
+            self.assertEqual((done.returncode, done.stderr), (0, b""))
+            self.assertRegex(done.stdout.decode(), "^a+( a+)*\n$")
+            self.assertAlmostEqual(done.stdout.count(b"a"), len(frames) / 32000 / 0.08, delta=4)
+
+    def test_damaged_models(self):
+        good = self.model.read_bytes()
+        for cut in (4, 60, 300, 2500, 3200, len(good) // 2, len(good) - 4):
+            self.model.write_bytes(good[:cut])
+            done = self.hear(SAMPLES / "06.wav", self.model)
+            self.assertEqual((done.returncode, done.stdout, done.stderr.count(b"\n")), (1, b"", 2), (cut, done.stderr))
+
+
 class Failures(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory()
@@ -116,11 +148,11 @@ class Failures(unittest.TestCase):
         return path
 
     def assert_told(self, done, what):
-        self.assertNotIn(done.returncode, (0, -6, -11), what)
+        self.assertEqual(done.returncode, 1, what)
         self.assertEqual(done.stdout, b"", what)
         lines = [line for line in done.stderr.decode().splitlines() if line and "progress" not in line]
         self.assertEqual(len(lines), 2, (what, lines))
-        self.assertTrue(all(line.endswith(".") or "--model FILE" in line for line in lines), lines)
+        self.assertTrue(all(line.endswith(".") for line in lines), lines)
 
     def test_recordings(self):
         good = (SAMPLES / "06.wav").read_bytes()
@@ -151,5 +183,6 @@ class Failures(unittest.TestCase):
 
 if __name__ == "__main__":
     if not (PROGRAMS / "whisper-cli").exists():
-        sys.exit(f"There is no whisper-cli in {PROGRAMS}; scripts/engines builds it.")
+        print(f"There is no whisper-cli in {PROGRAMS}; scripts/engines builds it.")
+        sys.exit(77)  # skipped
     unittest.main(argv=sys.argv[:1])
