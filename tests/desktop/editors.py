@@ -22,8 +22,11 @@ class Editor:
         windows = run("xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid), stderr=subprocess.DEVNULL)
         return windows.split()[-1] if windows else None
 
-    def to_front(self):
+    def activate(self):
         run("xdotool", "windowactivate", self.window, check=True)
+
+    def to_front(self):
+        self.activate()
         until("the window in front", self.is_in_front)
 
     def is_in_front(self):
@@ -86,6 +89,17 @@ class Mousepad(Editor):
     def __init__(self):
         super().__init__("mousepad", "--disable-server", stdout=subprocess.DEVNULL)
         self.accessible = Accessible(self.process.pid, ("text",))
+
+    def text(self):
+        return self.accessible.text()
+
+
+class GnomeTextEditor(Editor):
+    """GTK 4."""
+
+    def __init__(self):
+        super().__init__("gnome-text-editor", "--standalone", stdout=subprocess.DEVNULL)
+        self.accessible = Accessible(self.process.pid, ("text box",))
 
     def text(self):
         return self.accessible.text()

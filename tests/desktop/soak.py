@@ -78,7 +78,7 @@ class Soak(DeskTest):
         kind = self.chance.choice(("none", "none", "copy", "focus"))
         if kind == "none":
             return None
-        action = self.other.to_front if kind == "focus" else lambda: self.copy_newer(f"newer {number}")
+        action = self.other.activate if kind == "focus" else lambda: self.copy_newer(f"newer {number}")
         timer = threading.Timer(self.chance.uniform(0, 0.5), action)
         timer.start()
         return timer
