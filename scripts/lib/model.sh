@@ -21,7 +21,7 @@ plausible_model() { # right magic, and near the size that the catalogue tells
 }
 
 fetch_model() {
-  local hub partial
+  local hub # the partial file is the trap's, too
   if [ -f "$model_file" ] && ! cmp -s "$model_file" "$stand_in"; then
     return 0 # the user's own
   fi
@@ -31,12 +31,15 @@ fetch_model() {
   else
     mkdir -p -m 700 "$model_folder"
     partial=$(mktemp "$model_folder/.fetching.XXXXXX")
-    if curl -fsSL --connect-timeout 10 --max-time 600 -o "$partial" "${hub%/}/$model_path" && plausible_model "$partial"; then
+    trap 'rm -f "$partial"' EXIT
+    if curl -fsSL --connect-timeout 10 --speed-limit 10000 --speed-time 15 --max-time 600 -o "$partial" "${hub%/}/$model_path" && plausible_model "$partial"; then
       mv "$partial" "$model_file"
+      trap - EXIT
       say "Speech model: fetched from $hub"
       return 0
     fi
     rm -f "$partial"
+    trap - EXIT
     say "Speech model: nothing fit came from $hub, so the stand-in is used."
   fi
   say_stand_in

@@ -66,7 +66,8 @@ compile() {
   [ $# -gt 0 ] && targets=(--target "$@")
   [ -f "$build/build.ninja" ] ||
     logged "Configuring" "Read the message above." cmake -S "$root" --preset release
-  if [ -n "$(ninja -C "$build" -n ${1+"$@"} 2>/dev/null | grep -v 'no work to do' | grep -v 'Entering directory')" ]; then
+  # Whatever else ninja says, errors too, is for the build to tell.
+  if [[ $(ninja -C "$build" -n "$@" 2>&1 || true) != *"no work to do"* ]]; then
     say "Building (a few minutes the first time)"
     logged "Building" "Read the message above." cmake --build "$build" "${targets[@]}"
   fi
