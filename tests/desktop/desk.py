@@ -12,7 +12,7 @@ import time
 import unittest
 
 PATIENCE = 60  # seconds for each event; a slow machine is no failure
-TOGGLE, TALK, CANCEL = "alt+space", "ctrl+alt+space", "Escape"
+TOGGLE, TALK, CANCEL = os.environ.get("TALLOWFERN_TOGGLE", "alt+space"), "ctrl+alt+space", "Escape"
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ["TALLOWFERN_BUILD"])

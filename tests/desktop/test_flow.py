@@ -111,7 +111,7 @@ class Flow(DeskTest):
         self.begin()
         hold("alt")
         self.addCleanup(release, "alt")
-        self.finish("space")
+        self.finish(TOGGLE.replace("alt+", ""))
         editor.wait_text("Spoken words.")
 
     def test_a_keyboard_without_latin_letters(self):

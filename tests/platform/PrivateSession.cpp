@@ -121,6 +121,9 @@ QProcess* PrivateSession::startAccessibilityBus()
 void PrivateSession::startSoundServer()
 {
     start(u"pipewire"_s);
+    const QString socket = m_folder.filePath(u"run/pipewire-0"_s);
+    if (!waitFor([&socket] { return QFileInfo::exists(socket); })) // without it the session manager ends at once
+        throw std::runtime_error("the sound server does not start");
     start(u"wireplumber"_s);
     startPulseServer();
 }
@@ -137,6 +140,17 @@ void PrivateSession::stopPulseServer()
     kill(std::exchange(m_pulse, nullptr));
 }
 
+void PrivateSession::makeDefault(const QString& kind, const QString& name) const
+{
+    // The session manager is the last part to be ready: only it takes defaults, and gives streams their devices.
+    const auto isDefault = [&] {
+        return succeeds(u"pactl"_s, {u"set-default-"_s + kind, name})
+            && output(u"pactl"_s, {u"get-default-"_s + kind}).trimmed() == name;
+    };
+    if (!waitFor(isDefault))
+        throw std::runtime_error("the sound server takes no default");
+}
+
 QString PrivateSession::loadModule(const QStringList& arguments) const
 {
     return output(u"pactl"_s, QStringList{u"load-module"_s} + arguments);
@@ -149,7 +163,7 @@ QString PrivateSession::addMicrophone() const
     if (!output(u"pactl"_s, {u"list"_s, u"short"_s, u"sinks"_s}).contains(u"vmic_in"_s))
         loadModule({u"module-null-sink"_s, u"sink_name=vmic_in"_s, u"rate=48000"_s, u"channel_map=mono"_s});
     const QString module = loadModule(microphone);
-    succeeds(u"pactl"_s, {u"set-default-source"_s, u"vmic"_s});
+    makeDefault(u"source"_s, u"vmic"_s);
     return module;
 }
 

@@ -32,6 +32,8 @@ public:
     void startPulseServer();
     void stopPulseServer();
     /// The number of the module.
+    /// `kind` is "sink" or "source".
+    void makeDefault(const QString& kind, const QString& name) const;
     QString loadModule(const QStringList& arguments) const;
     QString addMicrophone() const;
 

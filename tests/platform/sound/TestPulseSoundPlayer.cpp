@@ -24,8 +24,8 @@ protected:
         m_session.startSoundServer();
         m_session.loadModule({u"module-null-sink"_s, u"sink_name=speakers"_s, u"channel_map=mono"_s});
         m_session.loadModule({u"module-remap-source"_s, u"source_name=ear"_s, u"master=speakers.monitor"_s});
-        m_session.succeeds(u"pactl"_s, {u"set-default-sink"_s, u"speakers"_s});
-        m_session.succeeds(u"pactl"_s, {u"set-default-source"_s, u"ear"_s});
+        m_session.makeDefault(u"sink"_s, u"speakers"_s);
+        m_session.makeDefault(u"source"_s, u"ear"_s);
     }
 
     bool isPlaying() const
