@@ -1,13 +1,11 @@
-#include "StatusText.h"
+#include "StatusFollower.h"
 #include "control/ControlProtocol.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusServiceWatcher>
 #include <QFileInfo>
-#include <QJsonDocument>
 
 #include <cerrno>
 #include <cstdio>
@@ -46,43 +44,16 @@ QDBusMessage call(QDBusConnection& bus, const QString& method, const QVariantLis
     return bus.call(message);
 }
 
-void print(const QString& report, bool json)
-{
-    const QJsonObject object = QJsonDocument::fromJson(report.toUtf8()).object();
-    const QByteArray text = json ? report.toUtf8() + '\n' : statusText(object).toUtf8();
-    std::fputs(text.constData(), stdout);
-    std::fflush(stdout);
-}
-
-/// Prints a report at each change, until the application ends.
-class Follower : public QObject {
-    Q_OBJECT
-public:
-    Follower(QDBusConnection& bus, bool json)
-        : m_json(json)
-        , m_watcher(QString::fromLatin1(kService), bus, QDBusServiceWatcher::WatchForUnregistration)
-    {
-        bus.connect(QString::fromLatin1(kService), QString::fromLatin1(kPath), QString::fromLatin1(kInterface),
-            u"StatusChanged"_s, this, SLOT(show(QString)));
-        connect(&m_watcher, &QDBusServiceWatcher::serviceUnregistered, qApp, &QCoreApplication::quit);
-    }
-
-public Q_SLOTS:
-    void show(const QString& report) { print(report, m_json); }
-
-private:
-    bool m_json;
-    QDBusServiceWatcher m_watcher;
-};
-
 int showStatus(QDBusConnection& bus, const QStringList& words)
 {
-    const bool json = words.contains(u"--json"_s);
-    Follower follower(bus, json); // before the first report, so that no change falls between
+    using Form = StatusFollower::Form;
+    const StatusFollower follower(bus,
+        words.contains(u"--json"_s) ? Form::Json
+                                    : Form::Text); // before the first report, so that no change falls between
     const QDBusMessage reply = call(bus, u"Status"_s, {});
     if (reply.type() == QDBusMessage::ErrorMessage)
         return fail(kFailed, u"Tallowfern is not running."_s);
-    print(reply.arguments().value(0).toString(), json);
+    follower.print(reply.arguments().value(0).toString());
     return words.contains(u"--follow"_s) ? QCoreApplication::exec() : kDone;
 }
 
@@ -117,5 +88,3 @@ int main(int argc, char** argv)
     std::fflush(nullptr);
     std::_Exit(status); // Qt's bus thread complains when its types are taken down under it
 }
-
-#include "main.moc"

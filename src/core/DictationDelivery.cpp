@@ -29,7 +29,7 @@ QCoro::Task<> DictationDelivery::deliver(FinishedDictation dictation)
     item.text = dictation.text;
     item.duration = dictation.duration;
     item.modelID = dictation.modelID;
-    m_history.add(std::move(item));
+    m_history.add(item);
     if (m_preferences.automaticPaste())
         co_await paste(std::move(dictation), std::move(snapshot));
 }
