@@ -86,6 +86,13 @@ def clipboard():
     return subprocess.run(["xclip", "-o", "-selection", "clipboard"], capture_output=True, text=True).stdout
 
 
+def speak(recording):
+    if subprocess.run(["paplay", "-d", "vmic_in", recording]).returncode != 0:
+        fail(f"{recording} is no recording that can be played")
+    # What people leave before they press a key.
+    subprocess.run(["paplay", "--raw", "--rate=16000", "--channels=1", "-d", "vmic_in"], input=bytes(16000), check=True)
+
+
 def main():
     build, recording = pathlib.Path(sys.argv[1]), sys.argv[2]
     screenshot = build / "demo.png"
@@ -109,8 +116,7 @@ def main():
     subprocess.run(["xdotool", "key", "alt+space"], check=True)
     tallowfern.wait_for("recording")
     step("Alt+Space: it records")
-    subprocess.run(["paplay", "-d", "vmic_in", recording], check=True, timeout=PATIENCE)
-    subprocess.run(["paplay", "--raw", "--rate=16000", "--channels=1", "-d", "vmic_in"], input=bytes(16000), check=True)
+    speak(recording)
     step(f"{os.path.basename(recording)} was spoken into the microphone")
     subprocess.run(["xdotool", "key", "alt+space"], check=True)
     report = tallowfern.wait_for("success")
@@ -129,4 +135,7 @@ def main():
         fail(f"the words were \"{report['lastTranscript']}\"")
 
 
-main()
+try:
+    main()
+except subprocess.SubprocessError as error:
+    fail(str(error))
