@@ -2,6 +2,7 @@
 #include "engines/EngineProcess.h"
 #include "engines/ModelFile.h"
 #include "engines/ParakeetTranscriber.h"
+#include "engines/PauseShortener.h"
 #include "engines/Progress.h"
 #include "engines/SilenceCutter.h"
 #include "engines/WavFile.h"
@@ -15,7 +16,7 @@ constexpr double kLongestWindowSeconds = 28; // the library takes memory for the
 std::string transcribe(const std::vector<std::string>& words)
 {
     const auto arguments = parakeetArguments(words);
-    const auto samples = readWavFile(arguments.recordingPath);
+    const auto samples = withShortPauses(readWavFile(arguments.recordingPath));
     Progress progress(nullptr); // this engine's command line has no switch for it
     ModelFile model(arguments.modelPath, Engine::Parakeet, progress);
     ParakeetTranscriber transcriber(model, arguments.threads);

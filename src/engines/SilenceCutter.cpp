@@ -1,6 +1,6 @@
 #include "engines/SilenceCutter.h"
 
-#include "engines/WavFile.h"
+#include "engines/Loudness.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,31 +9,9 @@ namespace tallowfern {
 
 namespace {
 
-constexpr std::size_t kFrameSamples = kSamplesPerSecond / 50;
-constexpr std::size_t kPauseFrames = 15; // 0.3 s: longer than the closure of a consonant
 constexpr double kDecibelsPerSecondOff = 0.5;
 constexpr std::size_t kShortestSamples = kSamplesPerSecond / 10;
 constexpr float kFaintestPeak = 8.0F / 32768.0F;
-
-/// The loudness of each frame with its neighbours over the length of a pause, in decibels.
-std::vector<double> loudness(const std::vector<float>& samples)
-{
-    std::vector<double> sums{0};
-    for (std::size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
-        double energy = 0;
-        for (std::size_t i = at; i < at + kFrameSamples; ++i)
-            energy += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
-        sums.push_back(sums.back() + energy);
-    }
-    std::vector<double> decibels(sums.size() - 1);
-    for (std::size_t frame = 0; frame < decibels.size(); ++frame) {
-        const auto first = frame < kPauseFrames / 2 ? 0 : frame - kPauseFrames / 2;
-        const auto last = std::min(first + kPauseFrames, decibels.size());
-        const auto mean = (sums[last] - sums[first]) / static_cast<double>((last - first) * kFrameSamples);
-        decibels[frame] = 10 * std::log10(std::max(mean, 0.0) + 1e-9);
-    }
-    return decibels;
-}
 
 /// The frame from `first` to `last` that is quietest; of equally quiet ones the one near `wanted`.
 std::size_t quietestFrame(const std::vector<double>& decibels, std::size_t first, std::size_t last, std::size_t wanted)

@@ -1,6 +1,7 @@
 #include "engines/Arguments.h"
 #include "engines/EngineProcess.h"
 #include "engines/ModelFile.h"
+#include "engines/PauseShortener.h"
 #include "engines/Progress.h"
 #include "engines/SilenceCutter.h"
 #include "engines/WavFile.h"
@@ -15,7 +16,7 @@ constexpr double kLongestWindowSeconds = 28; // the model hears 30
 std::string transcribe(const std::vector<std::string>& words)
 {
     const auto arguments = whisperArguments(words);
-    const auto samples = readWavFile(arguments.recordingPath);
+    const auto samples = withShortPauses(readWavFile(arguments.recordingPath));
     Progress progress(arguments.printsProgress ? stderr : nullptr);
     ModelFile model(arguments.modelPath, Engine::Whisper, progress);
     WhisperTranscriber transcriber(model, arguments, progress);

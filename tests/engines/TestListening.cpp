@@ -1,12 +1,14 @@
 // How the engine listens: where it cuts, how much the encoder looks at, when it does not believe itself.
 
 #include "engines/AudioContext.h"
+#include "engines/PauseShortener.h"
 #include "engines/Repetition.h"
 #include "engines/SilenceCutter.h"
 #include "engines/WavFile.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tallowfern {
@@ -76,6 +78,43 @@ TEST(SilenceCutter, KnowsWhenNobodyCanBeHeard)
     EXPECT_TRUE(isSilent(std::vector<float>(samplesOf(0.09), 0.5F)));
     EXPECT_TRUE(isSilent(std::vector<float>(samplesOf(5), 1.0F / 32768)));
     EXPECT_FALSE(isSilent(std::vector<float>(samplesOf(5), 0.001F))) << "a quiet microphone";
+}
+
+/// `seconds` of tone (or background) of the amplitude `volume`.
+void add(std::vector<float>& samples, double seconds, float volume)
+{
+    for (std::size_t i = 0; i < samplesOf(seconds); ++i)
+        samples.push_back(volume * static_cast<float>(std::sin(static_cast<double>(i) * 0.3)));
+}
+
+TEST(PauseShortener, TakesOutLongPausesAndNoWord)
+{
+    struct Row {
+        const char* what;
+        float background;
+        double before, between, after, seconds;
+    };
+    for (const auto& row : {Row{"a short pause stays", 0, 0, 0.9, 0, 4.9}, Row{"silence", 0, 5, 10, 15, 4 + 3 * 0.5},
+             Row{"a noisy room", 0.01F, 5, 10, 15, 4 + 3 * 0.5},
+             Row{"a room as loud as the voice", 0.1F, 5, 3, 0, 12}}) {
+        std::vector<float> samples;
+        add(samples, row.before, row.background);
+        add(samples, 2, 0.3F);
+        add(samples, row.between, row.background);
+        add(samples, 1, 0.3F);
+        add(samples, 1, 0.06F); // turned away from the microphone
+        add(samples, row.after, row.background);
+        const auto loud = [](const std::vector<float>& all, float volume) {
+            return std::count_if(all.begin(), all.end(), [&](float sample) { return std::abs(sample) > volume; });
+        };
+        const auto shorter = withShortPauses(samples);
+        EXPECT_NEAR(static_cast<double>(shorter.size()) / kSamplesPerSecond, row.seconds, 0.4) << row.what;
+        EXPECT_EQ(loud(shorter, 0.03F), loud(samples, 0.03F)) << row.what;
+    }
+    for (const double seconds : {0.0, 0.5, 20.0}) {
+        const std::vector<float> silence(samplesOf(seconds));
+        EXPECT_EQ(withShortPauses(silence), silence);
+    }
 }
 
 TEST(AudioContext, FitsShortWindowsAndKeepsOffTheLengthsThatLoseWords)

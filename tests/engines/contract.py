@@ -89,6 +89,13 @@ class Words(unittest.TestCase):
               f"{errors} of {total} words differ")
         self.assertLess(errors, 0.1 * total)  # the small model hears joined voices less well
 
+    def test_words_around_a_long_pause_are_kept(self):
+        texts = {name: transcript for name, transcript, _ in transcripts()}
+        for before, between in ((0, 5), (4, 2), (1, 20)):
+            path = self.write(bytes(32000 * before) + sound("01.wav") + bytes(32000 * between) + sound("02.wav"))
+            done = whisper(path)
+            self.assertEqual(done.stdout.decode().strip(), f"{texts['01.wav']} {texts['02.wav']}", (before, between))
+
     def test_progress_rises_to_the_end(self):
         done = whisper(SAMPLES / "02.wav")
         percents = [int(value) for value in re.findall(r"progress = +(\d+)%", done.stderr.decode())]
