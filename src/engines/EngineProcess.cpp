@@ -19,6 +19,7 @@ namespace tallowfern {
 namespace {
 
 constexpr int kFailureStatus = 1;
+constexpr auto kSpins = "1000"; // some microseconds: the decoder's steps are short, and waking a thread takes as long
 constexpr auto kSmallerModel = "Close other programs, or choose a smaller speech model.";
 
 int fail(const std::string& whatHappened, const std::string& whatToDo)
@@ -35,6 +36,7 @@ void restartWithSleepingThreads(char** words)
     if (std::getenv("OMP_WAIT_POLICY") != nullptr)
         return;
     ::setenv("OMP_WAIT_POLICY", "passive", 1);
+    ::setenv("GOMP_SPINCOUNT", kSpins, 1);
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     if (!error)

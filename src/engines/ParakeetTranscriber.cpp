@@ -8,18 +8,13 @@
 
 namespace tallowfern {
 
-void ParakeetTranscriber::Free::operator()(parakeet_context* context) const
-{
-    parakeet_free(context);
-}
-
 ParakeetTranscriber::ParakeetTranscriber(ModelFile& model, int threads)
     : m_context(load(model))
     , m_threads(threads)
 {
 }
 
-std::unique_ptr<parakeet_context, ParakeetTranscriber::Free> ParakeetTranscriber::load(ModelFile& model)
+parakeet_context* ParakeetTranscriber::load(ModelFile& model)
 {
     parakeet_model_loader loader{};
     loader.context = &model;
@@ -38,9 +33,9 @@ std::unique_ptr<parakeet_context, ParakeetTranscriber::Free> ParakeetTranscriber
                 *static_cast<bool*>(flag) = true;
         },
         &hasNoWeights);
-    std::unique_ptr<parakeet_context, Free> context(parakeet_init_with_params(&loader, parameters));
+    auto* const context = parakeet_init_with_params(&loader, parameters);
     parakeet_log_set([](ggml_log_level, const char*, void*) {}, nullptr);
-    if (!context || hasNoWeights)
+    if (context == nullptr || hasNoWeights)
         throwDamagedModel();
     return context;
 }
@@ -49,12 +44,12 @@ std::string ParakeetTranscriber::transcribe(std::span<const float> window)
 {
     auto parameters = parakeet_full_default_params(PARAKEET_SAMPLING_GREEDY);
     parameters.n_threads = m_threads;
-    if (parakeet_full(m_context.get(), parameters, window.data(), static_cast<int>(window.size())) != 0)
+    if (parakeet_full(m_context, parameters, window.data(), static_cast<int>(window.size())) != 0)
         throw EngineFailure(
             "The speech engine failed while it listened.", "Try again, or choose another speech model.");
     std::string text;
-    for (int segment = 0; segment < parakeet_full_n_segments(m_context.get()); ++segment)
-        text += parakeet_full_get_segment_text(m_context.get(), segment);
+    for (int segment = 0; segment < parakeet_full_n_segments(m_context); ++segment)
+        text += parakeet_full_get_segment_text(m_context, segment);
     return text;
 }
 

@@ -30,11 +30,6 @@ std::string knownLanguage(const std::string& language)
 
 } // namespace
 
-void WhisperTranscriber::Free::operator()(whisper_context* context) const
-{
-    whisper_free(context);
-}
-
 WhisperTranscriber::WhisperTranscriber(ModelFile& model, const Arguments& arguments, Progress& progress)
     : m_arguments(arguments)
     , m_progress(progress)
@@ -42,11 +37,11 @@ WhisperTranscriber::WhisperTranscriber(ModelFile& model, const Arguments& argume
     , m_prompt(boundedPrompt(arguments.prompt))
     , m_context(load(model))
 {
-    if (whisper_is_multilingual(m_context.get()) == 0)
+    if (whisper_is_multilingual(m_context) == 0)
         m_language = "en";
 }
 
-std::unique_ptr<whisper_context, WhisperTranscriber::Free> WhisperTranscriber::load(ModelFile& model)
+whisper_context* WhisperTranscriber::load(ModelFile& model)
 {
     whisper_model_loader loader{};
     loader.context = &model;
@@ -65,9 +60,9 @@ std::unique_ptr<whisper_context, WhisperTranscriber::Free> WhisperTranscriber::l
                 *static_cast<bool*>(flag) = true;
         },
         &hasNoWeights);
-    std::unique_ptr<whisper_context, Free> context(whisper_init_with_params(&loader, parameters));
+    auto* const context = whisper_init_with_params(&loader, parameters);
     whisper_log_set([](ggml_log_level, const char*, void*) {}, nullptr);
-    if (!context || hasNoWeights)
+    if (context == nullptr || hasNoWeights)
         throwDamagedModel();
     return context;
 }
@@ -75,7 +70,7 @@ std::unique_ptr<whisper_context, WhisperTranscriber::Free> WhisperTranscriber::l
 std::string WhisperTranscriber::transcribe(std::span<const float> window)
 {
     // Only the first time: what a longer window leaves behind in the library's memory reaches into a shorter one.
-    const auto fitted = m_hasHeard ? 0 : fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context.get()));
+    const auto fitted = m_hasHeard ? 0 : fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context));
     m_hasHeard = true;
     const auto hearing = hear(window, fitted);
     return fitted != 0 && hearing.isDoubtful ? hear(window, 0).text : hearing.text;
@@ -93,12 +88,12 @@ WhisperTranscriber::Hearing WhisperTranscriber::hear(std::span<const float> wind
         parameters.temperature_inc = 0;
         parameters.max_tokens = kMostTokensBase + static_cast<int>(seconds * kMostTokensPerSecond);
     }
-    if (whisper_full(m_context.get(), parameters, window.data(), static_cast<int>(window.size())) != 0)
+    if (whisper_full(m_context, parameters, window.data(), static_cast<int>(window.size())) != 0)
         throw EngineFailure(
             "The speech engine failed while it listened.", "Try again, or choose another speech model.");
     Hearing hearing;
-    for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment)
-        hearing.text += whisper_full_get_segment_text(m_context.get(), segment);
+    for (int segment = 0; segment < whisper_full_n_segments(m_context); ++segment)
+        hearing.text += whisper_full_get_segment_text(m_context, segment);
     hearing.isDoubtful = hearing.text.empty() || isUnsure() || repeatsItself(hearing.text)
         || (parameters.max_tokens > 0 && m_decodedTokens >= parameters.max_tokens);
     return hearing;
@@ -137,9 +132,9 @@ bool WhisperTranscriber::isUnsure() const
     const auto threshold = whisper_full_default_params(WHISPER_SAMPLING_BEAM_SEARCH).logprob_thold;
     double sum = 0;
     int count = 0;
-    for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
-        for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token, ++count)
-            sum += std::log(static_cast<double>(whisper_full_get_token_p(m_context.get(), segment, token)) + 1e-9);
+    for (int segment = 0; segment < whisper_full_n_segments(m_context); ++segment) {
+        for (int token = 0; token < whisper_full_n_tokens(m_context, segment); ++token, ++count)
+            sum += std::log(static_cast<double>(whisper_full_get_token_p(m_context, segment, token)) + 1e-9);
     }
     return count > 0 && sum / count < static_cast<double>(threshold);
 }

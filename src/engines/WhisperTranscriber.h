@@ -5,7 +5,6 @@
 #include "engines/Progress.h"
 
 #include <atomic>
-#include <memory>
 #include <span>
 #include <string>
 
@@ -28,11 +27,8 @@ private:
         std::string text;
         bool isDoubtful = false;
     };
-    struct Free {
-        void operator()(whisper_context* context) const;
-    };
 
-    static std::unique_ptr<whisper_context, Free> load(ModelFile& model);
+    static whisper_context* load(ModelFile& model);
     Hearing hear(std::span<const float> window, int audioContext);
     whisper_full_params parameters();
     void tokenDecoded(int tokens);
@@ -42,7 +38,7 @@ private:
     Progress& m_progress;
     std::string m_language;
     std::string m_prompt;
-    std::unique_ptr<whisper_context, Free> m_context;
+    whisper_context* m_context; // the process ends with it; to free it first would take 30 ms
     bool m_hasHeard = false;
     double m_expectedTokens = 1;
     std::atomic<int> m_decodedTokens = 0; // the decoder's threads count in it
