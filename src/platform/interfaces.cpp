@@ -1,10 +1,13 @@
 // The home of what the compiler makes for the interfaces (meta objects, virtual tables).
 #include "platform/Accessibility.h"
 #include "platform/AudioCapture.h"
+#include "platform/FloatingPanels.h"
 #include "platform/HotKeyCenter.h"
+#include "platform/HttpDownloader.h"
 #include "platform/KeyPoster.h"
 #include "platform/Pasteboard.h"
 #include "platform/PreferenceStore.h"
 #include "platform/ProcessLauncher.h"
+#include "platform/Screens.h"
 #include "platform/SoundPlayer.h"
 #include "platform/Workspace.h"
