@@ -179,6 +179,10 @@ class Tallowfern:
     def transcripts(self):
         return [item["text"] for item in json.loads(self.history.read_text())] if self.history.exists() else []
 
+    def wait_history(self, texts):
+        """Written in the background, the newest first."""
+        until(f"the history to be {texts}", lambda: self.transcripts() == texts)
+
     def end(self):
         if self.process is None:
             return

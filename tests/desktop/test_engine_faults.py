@@ -38,7 +38,7 @@ class Engine(DeskTest):
                 self.dictate()
                 delivered += f"Sentence {number}."
                 editor.wait_text(delivered)
-        self.assertEqual(len(self.app.transcripts()), len(FAULTS))
+        self.app.wait_history([f"Sentence {number}." for number in reversed(range(len(FAULTS)))])
         self.assert_clipboard(self.MINE)
 
     def test_a_missing_engine(self):
@@ -65,7 +65,7 @@ class Engine(DeskTest):
         allowed.touch()
         self.app.wait_for("success")
         editor.wait_text("At last.")
-        self.assertEqual(self.app.transcripts(), ["At last."])
+        self.app.wait_history(["At last."])
 
 
 class Model(DeskTest):

@@ -69,7 +69,7 @@ class Files(DeskTest):
         self.dictate()
         editor.wait_text("Spoken words.")
         self.app.end()
-        self.assertEqual(app.transcripts(), ["Spoken words."])
+        app.wait_history(["Spoken words."])
         self.assert_set_aside(app.history, '[{"id": "half')
         self.assert_set_aside(app.preferences, '{"clipboardRestoreEnabled": tr')
 
@@ -86,7 +86,7 @@ class Files(DeskTest):
         self.dictate()
         editor.wait_text("Spoken words." * 2)
         self.app.end()
-        self.assertEqual(self.app.transcripts(), ["Spoken words."] * 2)
+        self.app.wait_history(["Spoken words."] * 2)
 
     def test_a_disk_that_is_full_after_two_seconds_of_recording(self):
         editor = self.open(QtEditor)
@@ -140,7 +140,7 @@ class Copying(DeskTest):
             stack.callback(enough.set)
             greedy.start()
             self.dictate()
-        self.assertEqual(self.app.transcripts(), ["Spoken words."])
+        self.app.wait_history(["Spoken words."])
         before = editor.text()
         self.copy(self.MINE)
         self.engine.says("And now.")

@@ -13,7 +13,7 @@ class Spoken(DeskTest):
         self.dictate(RECORDING)
         editor.wait_text(WORDS)
         self.assert_clipboard(self.MINE)
-        self.assertEqual(self.app.transcripts(), [WORDS])
+        self.app.wait_history([WORDS])
 
     def test_push_to_talk_records_while_it_is_held(self):
         editor = self.open(QtEditor)
@@ -101,7 +101,7 @@ class Flow(DeskTest):
         self.app.wait_for("success")
         self.app.wait_for("idle")
         self.assertEqual(clipboard(), "Spoken words.")
-        self.assertEqual(self.app.transcripts(), ["Spoken words."])
+        self.app.wait_history(["Spoken words."])
         press("x")
         other.wait_text("x")
 

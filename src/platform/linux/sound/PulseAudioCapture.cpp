@@ -18,7 +18,7 @@ PulseAudioCapture::PulseAudioCapture(PulseContext& context)
         interruptTake();
         m_stream.drop(); // made again by the next take, or when the sources change
     });
-    constexpr int kPatience = 1000; // milliseconds; the first sample usually comes within 50
+    constexpr int kPatience = 1000; // milliseconds; samples come every 20
     m_watch.setInterval(kPatience);
     connect(&m_watch, &QTimer::timeout, this, &PulseAudioCapture::mendSilentStream);
 }
@@ -45,14 +45,13 @@ bool PulseAudioCapture::begin(PulseAudioRecording* take, SampleListener* listene
     return true;
 }
 
-/// A busy sound server sometimes leaves a stream without its source; a new stream gets one.
+/// A sound server sometimes leaves a stream without its source, at its start or when the source changes. Silence would
+/// still come as samples; a new stream gets a source.
 void PulseAudioCapture::mendSilentStream()
 {
     const auto microphone = m_sources.microphone();
-    if (!m_take || !microphone || m_stream.isHeard()) {
-        m_watch.stop();
+    if (!m_take || !microphone || m_stream.wasHeard())
         return;
-    }
     m_stream.drop();
     m_stream.prepare(*microphone);
     m_stream.start(m_listener);

@@ -2,6 +2,8 @@
 
 #include <pulse/operation.h>
 
+#include <utility>
+
 namespace tallowfern {
 
 namespace {
@@ -71,15 +73,15 @@ bool PulseCaptureStream::start(SampleListener* listener)
         return false;
     handOver(); // what is left of an earlier take belongs to nobody, or to the listener that is replaced
     m_listener = listener;
-    m_isHeard = false;
+    m_wasHeard = false;
     setCorked(false);
     return true;
 }
 
-bool PulseCaptureStream::isHeard() const
+bool PulseCaptureStream::wasHeard()
 {
     const PulseContext::Lock lock(m_context);
-    return m_isHeard;
+    return std::exchange(m_wasHeard, false);
 }
 
 void PulseCaptureStream::stop(SampleListener* listener)
@@ -107,7 +109,7 @@ void PulseCaptureStream::handOver()
     while (m_stream && pa_stream_get_state(m_stream) == PA_STREAM_READY && pa_stream_readable_size(m_stream) > 0
         && pa_stream_peek(m_stream, &samples, &size) == 0 && size > 0) {
         if (samples && m_listener) { // no samples with a size are a hole
-            m_isHeard = true;
+            m_wasHeard = true;
             m_listener->hear(samples, size);
         }
         pa_stream_drop(m_stream);

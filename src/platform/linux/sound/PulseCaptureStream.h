@@ -38,8 +38,8 @@ public:
     bool start(SampleListener* listener);
     /// The listener has heard everything that has arrived when this returns, and hears no more.
     void stop(SampleListener* listener);
-    /// Whether a sample has come since start().
-    bool isHeard() const;
+    /// Whether a sample has come since start() or the last question.
+    bool wasHeard();
 
 Q_SIGNALS:
     /// The server has put the stream on another source, or has made it.
@@ -63,7 +63,7 @@ private:
     // Under the lock.
     pa_stream* m_stream = nullptr;
     SampleListener* m_listener = nullptr;
-    bool m_isHeard = false;
+    bool m_wasHeard = false;
 };
 
 } // namespace tallowfern
