@@ -31,5 +31,9 @@
         <source>Microphone and Accessibility access are required.</source>
         <translation>No microphone was found, and this desktop does not let Tallowfern paste.</translation>
     </message>
+    <message>
+        <source>Your voice stays on this Mac</source>
+        <translation>Your voice stays on this computer</translation>
+    </message>
 </context>
 </TS>

@@ -23,4 +23,15 @@ inline constexpr auto enumStrings(AgentReasoningEffort)
         EnumString{E::High, "high"}, EnumString{E::XHigh, "xhigh"}, EnumString{E::Max, "max"}};
 }
 
+/// How far a Command has come.
+enum class AgentPhase { Idle, Listening, Transcribing, LoadingModel, Generating, Completed, Cancelled, Error };
+inline constexpr auto enumStrings(AgentPhase)
+{
+    using E = AgentPhase;
+    return std::array{EnumString{E::Idle, "idle"}, EnumString{E::Listening, "listening"},
+        EnumString{E::Transcribing, "transcribing"}, EnumString{E::LoadingModel, "loadingModel"},
+        EnumString{E::Generating, "generating"}, EnumString{E::Completed, "completed"},
+        EnumString{E::Cancelled, "cancelled"}, EnumString{E::Error, "error"}};
+}
+
 } // namespace tallowfern

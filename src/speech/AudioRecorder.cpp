@@ -58,11 +58,16 @@ QString AudioRecorder::start()
     return path;
 }
 
+double AudioRecorder::elapsed() const
+{
+    return m_recording ? std::max(0.0, m_clock.now() - m_startedAt) : 0;
+}
+
 std::optional<AudioRecorder::FinishedRecording> AudioRecorder::stop()
 {
     if (!m_recording || !m_outputPath)
         return std::nullopt;
-    const FinishedRecording finished{*m_outputPath, std::max(0.0, m_clock.now() - m_startedAt)};
+    const FinishedRecording finished{*m_outputPath, elapsed()};
     endRecording();
     setLevel(0);
     return finished;

@@ -36,6 +36,8 @@ public:
     double level() const { return m_level; }
     /// The newest 20 levels, the oldest first; they stay after stop().
     const QList<double>& samples() const { return m_samples; }
+    /// Seconds since the running take began; 0 when none runs.
+    double elapsed() const;
 
     /// Begins a take and gives the path of its file. A take that runs is ended and its file left for the clean-up.
     /// Throws LocalizedError; then nothing has changed.
