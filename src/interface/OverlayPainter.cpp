@@ -74,6 +74,39 @@ Layout layoutOf(OverlayBody body)
     return layout;
 }
 
+/// Corners whose curve grows from the straight edge without a step, as deep as an arc of this radius.
+QPainterPath continuousRect(const QRectF& rect, double radius)
+{
+    const double extent = 1.12 * radius; // with `bend`, the middle of the curve lies on the arc
+    constexpr double kBend = 0.636;
+    const double control = extent * (1 - kBend);
+    QPainterPath path;
+    path.moveTo(rect.left() + extent, rect.top());
+    path.lineTo(rect.right() - extent, rect.top());
+    path.cubicTo(
+        rect.right() - control, rect.top(), rect.right(), rect.top() + control, rect.right(), rect.top() + extent);
+    path.lineTo(rect.right(), rect.bottom() - extent);
+    path.cubicTo(rect.right(), rect.bottom() - control, rect.right() - control, rect.bottom(), rect.right() - extent,
+        rect.bottom());
+    path.lineTo(rect.left() + extent, rect.bottom());
+    path.cubicTo(rect.left() + control, rect.bottom(), rect.left(), rect.bottom() - control, rect.left(),
+        rect.bottom() - extent);
+    path.lineTo(rect.left(), rect.top() + extent);
+    path.cubicTo(
+        rect.left(), rect.top() + control, rect.left() + control, rect.top(), rect.left() + extent, rect.top());
+    path.closeSubpath();
+    return path;
+}
+
+QPainterPath pillPath(OverlayBody body, const QRectF& rect)
+{
+    if (body == OverlayBody::Classic || body == OverlayBody::Listening)
+        return continuousRect(rect, 19 - (rect.left() - kOverlayMargin));
+    QPainterPath path;
+    path.addRoundedRect(rect, rect.height() / 2, rect.height() / 2);
+    return path;
+}
+
 class Drawing {
 public:
     Drawing(QPainter& painter, const OverlayFace& face, const OverlayMoment& moment, const OverlayStyle& style)
@@ -114,14 +147,14 @@ private:
         QColor fill = m_style.isDark ? Qt::black : Qt::white;
         if (m_style.isTranslucent)
             fill.setAlphaF(static_cast<float>(either(0.95, 0.98)));
-        const auto path = overlayPill(m_face.body);
-        m_painter.fillPath(path, fill);
-        // Drawn twice as wide within its own shape, so that it lies inside.
+        m_painter.setPen(Qt::NoPen);
+        m_painter.fillPath(pillPath(m_face.body, m_layout.pill), fill);
+        // A ring, in whole pixels: a line of 0.75 on the edge of the fill would be a shimmer.
         const bool isCapsule = m_face.body == OverlayBody::Mini || m_face.body == OverlayBody::Compact;
-        m_painter.save();
-        m_painter.setClipPath(path);
-        m_painter.strokePath(path, QPen(ink(either(0.15, 0.11)), 2 * (isCapsule ? 0.7 : 0.75)));
-        m_painter.restore();
+        const double line = std::max(1.0, std::round((isCapsule ? 0.7 : 0.75) * m_ratio)) / m_ratio;
+        QPainterPath ring = pillPath(m_face.body, m_layout.pill);
+        ring.addPath(pillPath(m_face.body, m_layout.pill.adjusted(line, line, -line, -line)));
+        m_painter.fillPath(ring, ink(either(0.15, 0.11)));
     }
 
     void bars()
@@ -276,40 +309,11 @@ private:
     double m_lineRight = 0;
 };
 
-/// Corners whose curve grows from the straight edge without a step, as deep as an arc of this radius.
-QPainterPath continuousRect(const QRectF& rect, double radius)
-{
-    const double extent = 1.25 * radius; // with `bend`, the middle of the curve lies on the arc
-    constexpr double kBend = 0.7085;
-    const double control = extent * (1 - kBend);
-    QPainterPath path;
-    path.moveTo(rect.left() + extent, rect.top());
-    path.lineTo(rect.right() - extent, rect.top());
-    path.cubicTo(
-        rect.right() - control, rect.top(), rect.right(), rect.top() + control, rect.right(), rect.top() + extent);
-    path.lineTo(rect.right(), rect.bottom() - extent);
-    path.cubicTo(rect.right(), rect.bottom() - control, rect.right() - control, rect.bottom(), rect.right() - extent,
-        rect.bottom());
-    path.lineTo(rect.left() + extent, rect.bottom());
-    path.cubicTo(rect.left() + control, rect.bottom(), rect.left(), rect.bottom() - control, rect.left(),
-        rect.bottom() - extent);
-    path.lineTo(rect.left(), rect.top() + extent);
-    path.cubicTo(
-        rect.left(), rect.top() + control, rect.left() + control, rect.top(), rect.left() + extent, rect.top());
-    path.closeSubpath();
-    return path;
-}
-
 } // namespace
 
 QPainterPath overlayPill(OverlayBody body)
 {
-    const QRectF pill = layoutOf(body).pill;
-    if (body == OverlayBody::Classic || body == OverlayBody::Listening)
-        return continuousRect(pill, 19);
-    QPainterPath path;
-    path.addRoundedRect(pill, pill.height() / 2, pill.height() / 2);
-    return path;
+    return pillPath(body, layoutOf(body).pill);
 }
 
 QRectF overlayWaveRect(OverlayBody body)
