@@ -8,6 +8,7 @@
 
 #include <whisper.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -18,6 +19,7 @@ namespace {
 constexpr double kTokensPerSecond = 4;
 constexpr double kMostTokensPerSecond = 12; // nobody speaks as fast; a lost model does
 constexpr int kMostTokensBase = 24;
+constexpr double kFewestWordsPerSecond = 0.5; // pauses are short here
 
 std::string knownLanguage(const std::string& language)
 {
@@ -26,6 +28,12 @@ std::string knownLanguage(const std::string& language)
         throw EngineFailure("The speech engine does not know the language \"" + language + "\".",
             "Choose a language that the speech model knows.");
     return language;
+}
+
+bool saysTooLittle(const std::string& text, std::size_t samples)
+{
+    const auto words = std::count(text.begin(), text.end(), ' '); // each begins with one
+    return static_cast<double>(words) < kFewestWordsPerSecond * static_cast<double>(samples) / kSamplesPerSecond;
 }
 
 } // namespace
@@ -72,8 +80,16 @@ std::string WhisperTranscriber::transcribe(std::span<const float> window)
     // Only the first time: what a longer window leaves behind in the library's memory reaches into a shorter one.
     const auto fitted = m_hasHeard ? 0 : fittedAudioContext(window.size(), whisper_n_audio_ctx(m_context));
     m_hasHeard = true;
-    const auto hearing = hear(window, fitted);
-    return fitted != 0 && hearing.isDoubtful ? hear(window, 0).text : hearing.text;
+    auto hearing = hear(window, fitted);
+    if (fitted != 0 && hearing.isDoubtful)
+        hearing = hear(window, 0);
+    if (!m_prompt.empty() && saysTooLittle(hearing.text, window.size())) {
+        m_prompt.clear(); // a prompt as long as the model's memory can take the place of the words
+        auto unprompted = hear(window, 0);
+        if (unprompted.text.size() > hearing.text.size())
+            return unprompted.text;
+    }
+    return hearing.text;
 }
 
 WhisperTranscriber::Hearing WhisperTranscriber::hear(std::span<const float> window, int audioContext)

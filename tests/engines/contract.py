@@ -113,6 +113,10 @@ class Words(unittest.TestCase):
             done = whisper(SAMPLES / "06.wav", "--prompt", prompt)
             self.assertEqual(done.returncode, 0, prompt[:9])
 
+    def test_a_prompt_does_not_take_the_place_of_the_words(self):
+        done = whisper(SAMPLES / "10.wav", "--prompt", ", ".join(f"Term number {number}" for number in range(1000)))
+        self.assertEqual(done.stdout.decode().strip(), dict(t[:2] for t in transcripts())["10.wav"])
+
 
 class Parakeet(unittest.TestCase):
     def setUp(self):
