@@ -23,12 +23,15 @@ std::variant<std::unique_ptr<LinuxDesktop>, QString> LinuxDesktop::create(
     auto opened = X11Desktop::open();
     if (QString* problem = std::get_if<QString>(&opened))
         return std::move(*problem);
-    return std::unique_ptr<LinuxDesktop>(new LinuxDesktop(
-        std::move(std::get<std::unique_ptr<X11Desktop>>(opened)), clock, configurationFolder, resourcesFolder));
+    auto screens = X11Connection::open();
+    if (!screens)
+        return words("There is no X11 desktop to work in.");
+    return std::unique_ptr<LinuxDesktop>(new LinuxDesktop(std::move(std::get<std::unique_ptr<X11Desktop>>(opened)),
+        std::move(screens), clock, configurationFolder, resourcesFolder));
 }
 
-LinuxDesktop::LinuxDesktop(
-    std::unique_ptr<X11Desktop> x11, Clock& clock, const QString& configurationFolder, const QString& resourcesFolder)
+LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11Connection> screens, Clock& clock,
+    const QString& configurationFolder, const QString& resourcesFolder)
     : m_clock(clock)
     , m_preferences(configurationFolder + u"/preferences.json"_s, clock)
     , m_x11(std::move(x11))
@@ -39,6 +42,9 @@ LinuxDesktop::LinuxDesktop(
           })
     , m_audioCapture(m_sound)
     , m_soundPlayer(m_sound, resourcesFolder + u"/sounds"_s)
+    , m_screensConnection(std::move(screens))
+    , m_screens(*m_screensConnection)
+    , m_floatingPanels(*m_screensConnection)
 {
 }
 
@@ -46,6 +52,11 @@ PlatformServices LinuxDesktop::services()
 {
     return {m_clock, m_preferences, m_x11->pasteboard(), m_x11->workspace(), m_x11->keyPoster(), m_accessibility,
         m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher};
+}
+
+InterfaceServices LinuxDesktop::interfaceServices()
+{
+    return {m_clock, m_preferences, m_screens, m_floatingPanels, m_appearance};
 }
 
 } // namespace tallowfern

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "core/PlatformServices.h"
+#include "interface/InterfaceServices.h"
 #include "platform/linux/accessibility/AtspiAccessibility.h"
+#include "platform/linux/appearance/PortalAppearance.h"
 #include "platform/linux/preferences/FilePreferenceStore.h"
 #include "platform/linux/process/LinuxProcessLauncher.h"
+#include "platform/linux/screens/X11FloatingPanels.h"
+#include "platform/linux/screens/X11Screens.h"
 #include "platform/linux/sound/PulseAudioCapture.h"
 #include "platform/linux/sound/PulseContext.h"
 #include "platform/linux/sound/PulseSoundPlayer.h"
@@ -28,13 +32,14 @@ public:
         Clock& clock, const QString& configurationFolder, const QString& resourcesFolder);
 
     PlatformServices services();
+    InterfaceServices interfaceServices();
     /// Before the end; takes two seconds at most.
     QCoro::Task<> handOverClipboard() { return m_x11->pasteboard().handOver(); }
     X11Desktop& x11() { return *m_x11; }
 
 private:
-    LinuxDesktop(std::unique_ptr<X11Desktop> x11, Clock& clock, const QString& configurationFolder,
-        const QString& resourcesFolder);
+    LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11Connection> screens, Clock& clock,
+        const QString& configurationFolder, const QString& resourcesFolder);
 
     Clock& m_clock;
     FilePreferenceStore m_preferences;
@@ -44,6 +49,10 @@ private:
     PulseAudioCapture m_audioCapture;
     PulseSoundPlayer m_soundPlayer;
     LinuxProcessLauncher m_processLauncher;
+    std::unique_ptr<X11Connection> m_screensConnection;
+    X11Screens m_screens;
+    X11FloatingPanels m_floatingPanels;
+    PortalAppearance m_appearance;
 };
 
 } // namespace tallowfern

@@ -4,6 +4,7 @@
 
 #include "core/AppState.h"
 #include "foundation/SystemClock.h"
+#include "interface/OverlayPanelController.h"
 #include "interface/StatusItem.h"
 
 #include <QApplication>
@@ -70,6 +71,7 @@ int run()
         services->services(), AppPaths::forUser(), ResourceLocator(libexecFolder()), QThread::idealThreadCount());
     const auto quit = [&state, &services] { endInOrder(state, *services); };
     const ControlService control(state, quit);
+    const OverlayPanelController overlay(state, services->interfaceServices());
     const StatusItem statusItem(state.dictation, quit);
     const EndSignals endSignals(quit);
     QObject::connect(&services->x11(), &X11Desktop::lost, qApp, &QCoreApplication::quit);

@@ -10,4 +10,5 @@
 #include "platform/ProcessLauncher.h"
 #include "platform/Screens.h"
 #include "platform/SoundPlayer.h"
+#include "platform/SystemAppearance.h"
 #include "platform/Workspace.h"

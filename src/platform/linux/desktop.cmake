@@ -48,3 +48,9 @@ tallow_library(linux_accessibility FOLDER platform/linux/accessibility
     accessibility/TextUnits.h
     accessibility/TextUnits.cpp
   LINKS Tallow::platform Qt6::DBus QCoro6::DBus)
+
+tallow_library(linux_appearance FOLDER platform/linux/appearance
+  SOURCES
+    appearance/PortalAppearance.h
+    appearance/PortalAppearance.cpp
+  LINKS Tallow::platform Qt6::DBus)
