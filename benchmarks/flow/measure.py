@@ -2,6 +2,7 @@
 """Measures the application as a user meets it, inside a private virtual desktop:
 
     scripts/desktop benchmarks/flow/measure.py [--build FOLDER] [--rounds N] [--rest SECONDS]
+                                                     [--recording SECONDS]
 
 Prints one line per figure: name, minimum, median, maximum, budget. A figure over its budget is marked; the exit status
 stays 0, since a busy machine is no fault of the program.
@@ -9,8 +10,10 @@ stays 0, since a busy machine is no fault of the program.
 import argparse
 import ctypes
 import json
+import math
 import os
 import pathlib
+import random
 import select
 import signal
 import statistics
@@ -85,6 +88,10 @@ class Application:
     def memory(self):
         text = pathlib.Path(f"/proc/{self.process.pid}/smaps_rollup").read_text()
         return next(int(line.split()[1]) / 1024 for line in text.splitlines() if line.startswith("Pss:"))
+
+    def processor_time(self):
+        fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
     def wakeups(self):
         total = 0
@@ -182,6 +189,29 @@ def at_rest(build, seconds):
     return wakeups, memory
 
 
+def while_recording(build, seconds):
+    """The processor that the application takes with the overlay up and somebody speaking, and its memory afterwards."""
+    application = Application(build)
+    application.start()
+    press("alt+space")
+    application.wait_for("recording")
+    babble = subprocess.Popen(["paplay", "--raw", "--rate=16000", "--channels=1", "-d", "vmic_in"], stdin=subprocess.PIPE)
+    noise = random.Random(1)
+    babble.stdin.write(b"".join(int(noise.gauss(0, 1500 + 1400 * math.sin(i / 900))).to_bytes(2, "little", signed=True)
+                                for i in range(int(16000 * (seconds + 1)))))
+    babble.stdin.close()
+    before = application.processor_time()
+    time.sleep(seconds)
+    share = 100 * (application.processor_time() - before) / seconds
+    press("Escape")
+    application.wait_for("idle")
+    babble.kill()
+    time.sleep(1)
+    memory = application.memory()
+    application.stop()
+    return share, memory
+
+
 def tell(name, figures, unit, budget):
     figures = [figure * (1000 if unit == "ms" else 1) for figure in figures]
     mark = "" if statistics.median(figures) <= budget else "   OVER"
@@ -195,6 +225,7 @@ def main():
     parser.add_argument("--build", default=here / "build/release")
     parser.add_argument("--rounds", type=int, default=15)
     parser.add_argument("--rest", type=float, default=60)
+    parser.add_argument("--recording", type=float, default=20)
     options = parser.parse_args()
     print(f"{'':42} {'minimum':>8} {'median':>8} {'maximum':>8}")
     starts = []
@@ -208,6 +239,9 @@ def main():
     wakeups, memory = at_rest(options.build, options.rest)
     tell("wakeups at rest", [wakeups], "/s", 0.2)
     tell("memory at rest (PSS)", [memory], "MB", 30)
+    share, memory = while_recording(options.build, options.recording)
+    tell("processor with the overlay, recording", [share], "%", 5)
+    tell("memory after the overlay was shown (PSS)", [memory], "MB", 30)
 
 
 if __name__ == "__main__":

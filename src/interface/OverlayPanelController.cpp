@@ -174,10 +174,11 @@ std::optional<QPointF> OverlayPanelController::migrateLegacyPosition()
     return std::nullopt;
 }
 
-void OverlayPanelController::savePosition()
+void OverlayPanelController::savePosition(const QPoint& origin)
 {
-    if (const auto screen = bestScreen(frame(), m_screens.screens()))
-        saveRelativePosition(relativePosition(frame(), screen->visibleFrame));
+    const QRectF left(origin, frame().size());
+    if (const auto screen = bestScreen(left, m_screens.screens()))
+        saveRelativePosition(relativePosition(left, screen->visibleFrame));
 }
 
 void OverlayPanelController::saveRelativePosition(const QPointF& relative)

@@ -34,7 +34,7 @@ private:
 
     void place(const QPointF& origin);
     void restorePosition(const Screen& screen);
-    void savePosition();
+    void savePosition(const QPoint& origin);
     void screensChanged();
     void workspaceChanged();
     std::optional<QPointF> savedPosition();

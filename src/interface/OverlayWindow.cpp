@@ -98,7 +98,8 @@ void OverlayWindow::paintEvent(QPaintEvent* event)
 void OverlayWindow::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton)
-        m_grip = Grip{event->globalPosition(), position()};
+        // Where the press says that the window is: Qt may not have heard yet where the window manager put it.
+        m_grip = Grip{event->globalPosition(), (event->globalPosition() - event->position()).toPoint()};
 }
 
 void OverlayWindow::mouseMoveEvent(QMouseEvent* event)
@@ -116,10 +117,10 @@ void OverlayWindow::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton || !m_grip)
         return;
-    const bool moved = m_grip->isMoving;
+    const Grip grip = *m_grip;
     m_grip.reset();
-    if (moved)
-        Q_EMIT dragged();
+    if (grip.isMoving)
+        Q_EMIT dragged(grip.origin + (event->globalPosition() - grip.pointer).toPoint());
     else
         Q_EMIT tapped();
 }

@@ -24,7 +24,7 @@ public:
 Q_SIGNALS:
     void tapped();
     /// The user has let go of it at another place.
-    void dragged();
+    void dragged(const QPoint& origin);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
