@@ -1,5 +1,6 @@
 #include "core/AppState.h"
 
+#include "core/ModelHub.h"
 #include "core/PreferenceMigration.h"
 
 namespace tallowfern {
@@ -15,7 +16,9 @@ ShortcutDefaults AppState::readyForPreferences(PlatformServices& platform)
 AppState::AppState(PlatformServices platform, const AppPaths& paths, const ResourceLocator& resources, int processors)
     : m_platform(platform)
     , permissions(platform.audioCapture, platform.keyPoster)
-    , models(paths, resources.file(SpeechModel::catalog().first().fileName))
+    , models(
+          paths, platform.downloader, [&store = platform.preferences] { return hubBaseURL(store); },
+          resources.file(SpeechModel::catalog().first().fileName))
     , history(paths, platform.clock)
     , recorder(platform.audioCapture, paths, platform.clock)
     , runner(platform.processLauncher, resources, processors)

@@ -4,6 +4,7 @@
 #include "platform/Accessibility.h"
 #include "platform/AudioCapture.h"
 #include "platform/HotKeyCenter.h"
+#include "platform/HttpDownloader.h"
 #include "platform/KeyPoster.h"
 #include "platform/Pasteboard.h"
 #include "platform/PreferenceStore.h"
@@ -25,6 +26,7 @@ struct PlatformServices {
     AudioCapture& audioCapture;
     SoundPlayer& soundPlayer;
     ProcessLauncher& processLauncher;
+    HttpDownloader& downloader;
 };
 
 } // namespace tallowfern

@@ -2,6 +2,8 @@
 
 #include "foundation/Words.h"
 
+#include <QStandardPaths>
+
 #include <csignal>
 
 namespace tallowfern {
@@ -42,6 +44,7 @@ LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11C
           })
     , m_audioCapture(m_sound)
     , m_soundPlayer(m_sound, resourcesFolder + u"/sounds"_s)
+    , m_downloader(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/Tallowfern"_s)
     , m_screensConnection(std::move(screens))
     , m_screens(*m_screensConnection)
     , m_floatingPanels(*m_screensConnection)
@@ -51,7 +54,7 @@ LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11C
 PlatformServices LinuxDesktop::services()
 {
     return {m_clock, m_preferences, m_x11->pasteboard(), m_x11->workspace(), m_x11->keyPoster(), m_accessibility,
-        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher};
+        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher, m_downloader};
 }
 
 InterfaceServices LinuxDesktop::interfaceServices()

@@ -4,6 +4,7 @@
 #include "interface/InterfaceServices.h"
 #include "platform/linux/accessibility/AtspiAccessibility.h"
 #include "platform/linux/appearance/PortalAppearance.h"
+#include "platform/linux/network/CurlDownloader.h"
 #include "platform/linux/preferences/FilePreferenceStore.h"
 #include "platform/linux/process/LinuxProcessLauncher.h"
 #include "platform/linux/screens/X11FloatingPanels.h"
@@ -49,6 +50,7 @@ private:
     PulseAudioCapture m_audioCapture;
     PulseSoundPlayer m_soundPlayer;
     LinuxProcessLauncher m_processLauncher;
+    CurlDownloader m_downloader;
     std::unique_ptr<X11Connection> m_screensConnection;
     X11Screens m_screens;
     X11FloatingPanels m_floatingPanels;

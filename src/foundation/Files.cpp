@@ -10,7 +10,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tallowfern {
@@ -53,6 +55,15 @@ bool writeAll(int descriptor, QByteArrayView bytes)
         bytes = bytes.sliced(written);
     }
     return true;
+}
+
+bool isOnDiskOf(const QByteArray& file, const QByteArray& target)
+{
+    struct stat ofFile { };
+    struct stat ofFolder { };
+    const QByteArray folder = QFile::encodeName(QFileInfo(QFile::decodeName(target)).path());
+    return ::stat(file.constData(), &ofFile) == 0 && ::stat(folder.constData(), &ofFolder) == 0
+        && ofFile.st_dev == ofFolder.st_dev;
 }
 
 void flushFolderOf(const QString& path)
@@ -108,6 +119,31 @@ void writeFileAtomically(const QString& path, std::initializer_list<QByteArrayVi
         throwErrno(path);
     }
     flushFolderOf(path);
+}
+
+void moveFile(const QString& from, const QString& to)
+{
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    QByteArray moving = source;
+    std::error_code error;
+    if (!isOnDiskOf(source, target)) {
+        moving = target + ".part";
+        std::filesystem::copy_file(
+            source.constData(), moving.constData(), std::filesystem::copy_options::overwrite_existing, error);
+    }
+    const Descriptor file(error ? -1 : ::open(moving.constData(), O_RDONLY | O_CLOEXEC));
+    const bool good = file.number() >= 0 && ::fchmod(file.number(), 0600) == 0 && ::fsync(file.number()) == 0
+        && ::rename(moving.constData(), target.constData()) == 0;
+    if (!good) {
+        const int code = error ? error.value() : errno;
+        if (moving != source)
+            ::unlink(moving.constData());
+        errno = code;
+        throwErrno(to);
+    }
+    flushFolderOf(to);
+    ::unlink(source.constData()); // of a copy
 }
 
 void setAsideDamagedFile(const QString& path, const QDateTime& when)

@@ -20,6 +20,11 @@ std::optional<QByteArray> readFile(const QString& path);
 /// same folder, flushed, renamed, the folder flushed. May block on the disk. Any thread. Throws SystemError.
 void writeFileAtomically(const QString& path, std::initializer_list<QByteArrayView> parts);
 
+/// Puts the file at `from` at `to`, in place of what is there, also from another disk; what stands at `to` is always
+/// the one or the other, whole and private (0600). Blocks on the disk. Any thread. Throws SystemError; `from` then
+/// stays.
+void moveFile(const QString& from, const QString& to);
+
 /// Renames a file that could not be understood to "NAME.damaged-DATE" beside it, so that nothing of the user's is
 /// overwritten. Throws SystemError.
 void setAsideDamagedFile(const QString& path, const QDateTime& when);

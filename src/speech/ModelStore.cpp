@@ -2,9 +2,12 @@
 
 #include "foundation/Files.h"
 #include "foundation/LocalizedError.h"
+#include "foundation/Words.h"
 
 #include <QFile>
 #include <QFileInfo>
+
+#include <algorithm>
 
 namespace tallowfern {
 
@@ -26,8 +29,11 @@ bool copyModel(const QString& source, const QString& target)
 
 } // namespace
 
-ModelStore::ModelStore(AppPaths paths, const std::optional<QString>& bundledPocket, QList<ModelFingerprint> standIns)
+ModelStore::ModelStore(AppPaths paths, HttpDownloader& downloader, Hub hub, const std::optional<QString>& bundledPocket,
+    QList<ModelFingerprint> standIns)
     : m_paths(std::move(paths))
+    , m_downloader(downloader)
+    , m_hub(std::move(hub))
     , m_standIns(std::move(standIns))
 {
     try {
@@ -95,6 +101,84 @@ void ModelStore::deleteModel(const SpeechModel& model)
     raiseRevision();
     if (model.fileName == catalog().first().fileName && m_pocketIsStandIn)
         pocketExamined(false, false);
+}
+
+ModelStore::Download ModelStore::startDownload(const SpeechModel& model)
+{
+    if (const auto running = m_downloads.constFind(model.id); running != m_downloads.cend())
+        return *running;
+    Download download;
+    if (isInstalled(model)) {
+        download.complete(std::nullopt);
+        return download;
+    }
+    m_downloads.insert(model.id, download);
+    m_progress.insert(model.id, 0);
+    Q_EMIT progressChanged();
+    performDownload(model, download);
+    return download;
+}
+
+QCoro::Task<> ModelStore::performDownload(SpeechModel model, Download download)
+{
+    const auto alive = m_lifetime.token();
+    std::optional<QString> failure;
+    QString temporary;
+    try {
+        temporary = co_await fetch(model);
+    } catch (const LocalizedError& error) {
+        failure = error.description();
+    }
+    if (alive.stop_requested())
+        co_return;
+    if (!failure) {
+        auto installed = install(temporary, model);
+        failure = co_await installed;
+        if (alive.stop_requested())
+            co_return;
+    }
+    if (!failure)
+        raiseRevision();
+    m_downloads.remove(model.id);
+    m_progress.remove(model.id);
+    Q_EMIT progressChanged();
+    download.complete(failure);
+}
+
+/// The path of the new file.
+QCoro::Task<QString> ModelStore::fetch(SpeechModel model)
+{
+    const QString hub = m_hub();
+    if (hub.isEmpty()) {
+        throw SystemError(
+            words("No model hub is configured. Set \"hubBaseURL\" in the preferences or TALLOWFERN_HUB in "
+                  "the environment to its address."));
+    }
+    const auto show = [this, id = model.id, alive = m_lifetime.token()](double fraction) {
+        if (alive.stop_requested() || !m_progress.contains(id))
+            return;
+        m_progress[id] = std::clamp(fraction, 0.0, 1.0);
+        Q_EMIT progressChanged();
+    };
+    return m_downloader.download(model.url(hub), show);
+}
+
+/// In the background: between two disks, gigabytes are copied.
+ModelStore::Download ModelStore::install(const QString& temporary, const SpeechModel& model)
+{
+    Download installed;
+    m_queue.post([this, temporary, target = localPath(model), installed] {
+        std::optional<QString> failure;
+        try {
+            moveFile(temporary, target);
+        } catch (const LocalizedError& error) {
+            failure = error.description();
+            QFile::remove(temporary);
+        }
+        QMetaObject::invokeMethod(
+            this, [failure, installed]() mutable { installed.complete(failure); }, Qt::QueuedConnection);
+    });
+    return installed;
 }
 
 void ModelStore::raiseRevision()

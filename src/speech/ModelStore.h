@@ -1,14 +1,19 @@
 #pragma once
 
 #include "foundation/BackgroundQueue.h"
+#include "foundation/Completion.h"
+#include "foundation/Lifetime.h"
+#include "platform/HttpDownloader.h"
 #include "speech/SpeechModel.h"
 #include "speech/StandInModel.h"
 #include "system/AppPaths.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 namespace tallowfern {
@@ -18,10 +23,15 @@ class ModelStore : public QObject {
     Q_OBJECT
     Q_PROPERTY(qint64 revision READ revision NOTIFY revisionChanged)
 public:
+    /// How a download ends: nothing when the file is there, else the sentence that says why not.
+    using Download = Completion<std::optional<QString>>;
+    /// The address of the model hub; empty when none is configured.
+    using Hub = std::function<QString()>;
+
     /// `bundledPocket` is the file of the first model among the application's resources. It is put in place when the
     /// user has none; failures are passed over, the next start tries again. A stand-in from an earlier version gives
     /// way to what is bundled now; nothing else is ever replaced.
-    ModelStore(AppPaths paths, const std::optional<QString>& bundledPocket,
+    ModelStore(AppPaths paths, HttpDownloader& downloader, Hub hub, const std::optional<QString>& bundledPocket,
         QList<ModelFingerprint> standIns = standInModels());
 
     const QList<SpeechModel>& catalog() const { return SpeechModel::catalog(); }
@@ -33,23 +43,38 @@ public:
     /// Throws SystemError. Harmless when there is no file.
     void deleteModel(const SpeechModel& model);
 
+    /// The running downloads by the identifier of their model, with the fraction from 0 to 1 that has arrived; it stays
+    /// 0 where the server does not tell the length.
+    const QHash<QString, double>& progress() const { return m_progress; }
+    /// Starts a download, or joins the one that runs. Done at once when the file is there.
+    Download startDownload(const SpeechModel& model);
+
     /// Goes up by 1 whenever the files have changed.
     qint64 revision() const { return m_revision; }
 
 Q_SIGNALS:
     void revisionChanged();
     void standInChanged();
+    void progressChanged();
 
 private:
     void bootstrapBundledPocket(const QString& source);
     void examinePocket(const std::optional<QString>& bundled);
     void pocketExamined(bool standIn, bool replaced);
+    QCoro::Task<> performDownload(SpeechModel model, Download download);
+    QCoro::Task<QString> fetch(SpeechModel model);
+    Download install(const QString& temporary, const SpeechModel& model);
     void raiseRevision();
 
     AppPaths m_paths;
+    HttpDownloader& m_downloader;
+    Hub m_hub;
     QList<ModelFingerprint> m_standIns;
     qint64 m_revision = 0;
     bool m_pocketIsStandIn = false;
+    QHash<QString, double> m_progress;
+    QHash<QString, Download> m_downloads;
+    Lifetime m_lifetime;
     BackgroundQueue m_queue; ///< last: its jobs report to the members above
 };
 

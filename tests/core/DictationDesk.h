@@ -4,6 +4,7 @@
 #include "fakes/Desk.h"
 #include "fakes/FakeAudioCapture.h"
 #include "fakes/FakePreferenceStore.h"
+#include "fakes/FakeDownloader.h"
 #include "fakes/FakeProcessLauncher.h"
 #include "fakes/FakeSoundPlayer.h"
 
@@ -32,7 +33,7 @@ public:
     void start()
     {
         const PlatformServices services{desk.clock, preferences, desk.clipboard, desk.windows, desk.keys,
-            desk.accessibility, desk.hotKeys, microphone, sounds, engine};
+            desk.accessibility, desk.hotKeys, microphone, sounds, engine, downloader};
         app.emplace(services, AppPaths(folder.filePath(QStringLiteral("data"))),
             ResourceLocator(folder.filePath(QStringLiteral("lib"))), 4);
     }
@@ -92,6 +93,7 @@ public:
     FakeAudioCapture microphone;
     FakeSoundPlayer sounds;
     FakeProcessLauncher engine;
+    FakeDownloader downloader;
     RunningApplication editor;
     std::optional<AppState> app;
 

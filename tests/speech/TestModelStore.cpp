@@ -1,6 +1,7 @@
 #include "speech/ModelStore.h"
 #include "speech/ModelWarmer.h"
 
+#include "fakes/FakeDownloader.h"
 #include "foundation/LocalizedError.h"
 
 #include <gtest/gtest.h>
@@ -31,7 +32,8 @@ struct Disk {
     std::unique_ptr<ModelStore> start()
     {
         return std::make_unique<ModelStore>(
-            paths, bundledPath, QList{fingerprint("old stand-in"), fingerprint("stand-in")});
+            paths, downloader, [this] { return hub; }, bundledPath,
+            QList{fingerprint("old stand-in"), fingerprint("stand-in")});
     }
     /// Starts, and waits until the store knows what it has.
     std::unique_ptr<ModelStore> startAndExamine()
@@ -64,6 +66,33 @@ struct Disk {
     QTemporaryDir folder;
     AppPaths paths{folder.path()};
     std::optional<QString> bundledPath;
+    FakeDownloader downloader;
+    QString hub = u"http://hub/base"_s;
+};
+
+/// A store with a download of the second model, and what it published.
+struct Downloading : Disk {
+    Downloading()
+    {
+        QObject::connect(store.get(), &ModelStore::progressChanged, store.get(),
+            [this] { published.append(store->progress().value(model.id, -1)); });
+    }
+    std::optional<QString> wait(const ModelStore::Download& download)
+    {
+        while (!download.isComplete())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        return download.await_resume();
+    }
+    QString temporary() const { return folder.filePath(u"fetched"_s); }
+    QByteArray installedBytes() const
+    {
+        QFile file(store->localPath(model));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+    }
+
+    SpeechModel model = SpeechModel::catalog().at(1);
+    QList<double> published;
+    std::unique_ptr<ModelStore> store = start();
 };
 
 } // namespace
@@ -139,6 +168,60 @@ TEST(ModelStore, OnlyAStandInGivesWayToWhatIsBundled)
         store->deleteModel(kPocket);
         EXPECT_FALSE(store->isStandIn(kPocket));
     }
+}
+
+TEST(ModelStoreDownload, IsJoinedToldAndPutInPlace)
+{
+    Downloading disk;
+    const auto first = disk.store->startDownload(disk.model);
+    const auto second = disk.store->startDownload(disk.model);
+    ASSERT_EQ(disk.downloader.transfers.size(), 1);
+    EXPECT_EQ(disk.downloader.transfers[0].url.toString(), u"http://hub/base/"_s + disk.model.hubPath);
+    for (const double fraction : {0.25, 1.5, -1.0})
+        disk.downloader.transfers[0].progress(fraction);
+    disk.downloader.succeed(0, disk.temporary(), "words");
+    EXPECT_EQ(disk.wait(first), std::nullopt);
+    EXPECT_TRUE(second.isComplete());
+    EXPECT_EQ(disk.published, QList<double>({0, 0.25, 1, 0, -1}));
+    EXPECT_EQ(disk.installedBytes(), "words");
+    EXPECT_EQ(disk.store->revision(), 1);
+    EXPECT_FALSE(QFileInfo::exists(disk.temporary()));
+
+    disk.downloader.transfers[0].progress(0.5); // late
+    EXPECT_TRUE(disk.store->progress().isEmpty());
+    EXPECT_TRUE(disk.store->startDownload(disk.model).isComplete()) << "there already";
+    EXPECT_EQ(disk.store->revision(), 1);
+    EXPECT_EQ(disk.downloader.transfers.size(), 1);
+}
+
+TEST(ModelStoreDownload, AFailureIsToldAndANewTryMayFollow)
+{
+    Downloading disk;
+    const auto first = disk.store->startDownload(disk.model);
+    disk.downloader.fail(0);
+    EXPECT_EQ(disk.wait(first), u"The line is dead."_s);
+    EXPECT_TRUE(disk.store->progress().isEmpty());
+    EXPECT_EQ(disk.store->revision(), 0);
+
+    const auto second = disk.store->startDownload(disk.model);
+    ASSERT_TRUE(QDir().mkpath(disk.store->localPath(disk.model) + u"/in the way"_s));
+    disk.downloader.succeed(1, disk.temporary(), "words");
+    EXPECT_NE(disk.wait(second), std::nullopt) << "it cannot be moved there";
+    EXPECT_FALSE(QFileInfo::exists(disk.temporary()));
+    QDir(disk.store->localPath(disk.model)).removeRecursively();
+
+    disk.hub.clear();
+    EXPECT_TRUE(disk.wait(disk.store->startDownload(disk.model))->contains(u"TALLOWFERN_HUB"_s));
+    EXPECT_EQ(disk.downloader.transfers.size(), 2);
+}
+
+TEST(ModelStoreDownload, OutlivesItsStoreWithoutHarm)
+{
+    Downloading disk;
+    disk.store->startDownload(disk.model);
+    disk.store.reset();
+    disk.downloader.transfers[0].progress(0.5);
+    disk.downloader.fail(0);
 }
 
 TEST(ModelWarmer, EndsAtOnceInTheMiddleOfABigFile)

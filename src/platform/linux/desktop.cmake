@@ -1,4 +1,4 @@
-# What is the same under X11 and Wayland: sound, accessibility bus, preferences, child processes.
+# What is the same under X11 and Wayland.
 tallow_library(linux_preferences FOLDER platform/linux/preferences
   SOURCES
     preferences/FilePreferenceStore.h
@@ -54,3 +54,11 @@ tallow_library(linux_appearance FOLDER platform/linux/appearance
     appearance/PortalAppearance.h
     appearance/PortalAppearance.cpp
   LINKS Tallow::platform Qt6::DBus)
+
+tallow_library(linux_network FOLDER platform/linux/network
+  SOURCES
+    network/CurlDownloader.h
+    network/CurlDownloader.cpp
+    network/CurlTransfer.h
+    network/CurlTransfer.cpp
+  LINKS Tallow::platform PkgConfig::CURL)
