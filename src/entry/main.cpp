@@ -4,11 +4,13 @@
 
 #include "core/AppState.h"
 #include "foundation/SystemClock.h"
+#include "interface/MainWindow.h"
 #include "interface/OverlayPanelController.h"
 #include "interface/StatusItem.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QIcon>
 #include <QStandardPaths>
 #include <QThread>
 #include <QTranslator>
@@ -72,7 +74,13 @@ int run()
     const auto quit = [&state, &services] { endInOrder(state, *services); };
     const ControlService control(state, quit);
     const OverlayPanelController overlay(state, services->interfaceServices());
-    const StatusItem statusItem(state.dictation, quit);
+    std::unique_ptr<MainWindow> window; // made when it is first asked for
+    QObject::connect(&state.navigation, &Navigation::mainWindowRequested, qApp, [&state, &window] {
+        if (!window)
+            window = std::make_unique<MainWindow>(state);
+        window->bringForward();
+    });
+    const StatusItem statusItem(state.dictation, state.navigation, quit);
     const EndSignals endSignals(quit);
     QObject::connect(&services->x11(), &X11Desktop::lost, qApp, &QCoreApplication::quit);
     reportDeadHotKeys(state.hotKeys);
@@ -89,6 +97,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(u"tallowfern"_s);
     QApplication::setApplicationDisplayName(u"Tallowfern"_s);
     QApplication::setDesktopFileName(u"com.tallowfern.Tallowfern"_s);
+    QApplication::setWindowIcon(QIcon(u":/icons/tallowfern.svg"_s));
     QApplication::setQuitOnLastWindowClosed(false);
     QTranslator catalogue;
     if (catalogue.load(u":/translations/tallowfern_linux_en.qm"_s))

@@ -4,8 +4,8 @@
 
 namespace tallowfern {
 
-DictationMenu::DictationMenu(AppState& state)
-    : QMenu(words("Dictation"))
+DictationMenu::DictationMenu(AppState& state, QWidget* parent)
+    : QMenu(words("Dictation"), parent)
     , m_state(state)
     , m_toggle(addAction(QString()))
     , m_cancel(addAction(QString()))

@@ -10,7 +10,7 @@ namespace tallowfern {
 class DictationMenu : public QMenu {
     Q_OBJECT
 public:
-    explicit DictationMenu(AppState& state);
+    DictationMenu(AppState& state, QWidget* parent);
 
 private:
     void follow();

@@ -10,10 +10,10 @@ namespace tallowfern {
 
 using namespace Qt::StringLiterals;
 
-StatusItem::StatusItem(DictationSession& dictation, std::function<void()> quit)
+StatusItem::StatusItem(DictationSession& dictation, Navigation& navigation, std::function<void()> quit)
     : m_dictation(dictation)
 {
-    buildMenu(std::move(quit));
+    buildMenu(navigation, std::move(quit));
     connect(&dictation, &DictationSession::statusChanged, this, &StatusItem::showStatus);
     connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger)
@@ -24,10 +24,12 @@ StatusItem::StatusItem(DictationSession& dictation, std::function<void()> quit)
     m_icon.show();
 }
 
-void StatusItem::buildMenu(std::function<void()> quit)
+void StatusItem::buildMenu(Navigation& navigation, std::function<void()> quit)
 {
     const QAction* dictate = m_menu.addAction(words("Start or stop dictation"));
     connect(dictate, &QAction::triggered, &m_dictation, &DictationSession::toggleRecording);
+    const QAction* open = m_menu.addAction(words("Open Tallowfern"));
+    connect(open, &QAction::triggered, &navigation, &Navigation::bringMainWindowForward);
     m_menu.addSeparator();
     QAction* end = m_menu.addAction(words("Quit Tallowfern"));
     end->setShortcut(QKeySequence(u"Ctrl+Q"_s));

@@ -15,10 +15,10 @@ namespace tallowfern {
 class StatusItem : public QObject {
     Q_OBJECT
 public:
-    StatusItem(DictationSession& dictation, std::function<void()> quit);
+    StatusItem(DictationSession& dictation, Navigation& navigation, std::function<void()> quit);
 
 private:
-    void buildMenu(std::function<void()> quit);
+    void buildMenu(Navigation& navigation, std::function<void()> quit);
     void showStatus();
 
     DictationSession& m_dictation;

@@ -70,6 +70,8 @@ class Control(DeskTest):
         self.start()
         second = subprocess.run([COMMAND], env=self.app.environment, capture_output=True, timeout=30)
         self.assertEqual((second.returncode, second.stdout, second.stderr), (0, b"", b""))
+        until("the main window in front", lambda: run("xdotool", "getactivewindow", "getwindowname") == "Tallowfern")
+        run("xdotool", "search", "--onlyvisible", "--name", "qt_test_editor", "windowactivate", "--sync", check=True)
         self.dictate()
         editor.wait_text("Spoken words.")
 

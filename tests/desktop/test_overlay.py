@@ -13,8 +13,10 @@ DESKTOP_COLOUR = "#2F6F9F"
 
 def overlay():
     """The identifier of the overlay's window while it is shown."""
-    shown = run("xdotool", "search", "--onlyvisible", "--name", "^Tallowfern$").split()
-    return shown[0] if shown else None
+    for window in run("xdotool", "search", "--onlyvisible", "--name", "^Tallowfern$").split():
+        if "_NET_WM_WINDOW_TYPE_UTILITY" in run("xprop", "-id", window, "_NET_WM_WINDOW_TYPE"):
+            return window
+    return None
 
 
 def place(window):
@@ -155,4 +157,5 @@ class Overlay(DeskTest):
         run("xdotool", "mousemove", "640", "100", "click", "1", check=True)
         until("the overlay to go", lambda: overlay() is None)
         self.assertEqual(self.app.now()["status"]["case"], "error", "it ends with the next Dictation")
+        until("the main window in front", lambda: run("xdotool", "getactivewindow", "getwindowname") == "Tallowfern")
 
