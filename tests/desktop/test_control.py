@@ -68,10 +68,11 @@ class Control(DeskTest):
     def test_a_second_start_hands_over_to_the_first(self):
         editor = self.open(QtEditor)
         self.start()
+        before = run("xdotool", "getactivewindow", check=True)
         second = subprocess.run([COMMAND], env=self.app.environment, capture_output=True, timeout=30)
         self.assertEqual((second.returncode, second.stdout, second.stderr), (0, b"", b""))
         until("the main window in front", lambda: run("xdotool", "getactivewindow", "getwindowname") == "Tallowfern")
-        run("xdotool", "search", "--onlyvisible", "--name", "qt_test_editor", "windowactivate", "--sync", check=True)
+        run("xdotool", "windowactivate", "--sync", before, check=True)
         self.dictate()
         editor.wait_text("Spoken words.")
 
