@@ -21,6 +21,7 @@ const QList<Verb>& verbs()
         {"cancel", {}, "discard the recording"},
         {"open", {}, "bring Tallowfern to front"},
         {"quit", {}, "end Tallowfern"},
+        {"doctor", {u"--json"_s}, "print what works on this desktop, and how to mend what does not"},
         {"status", {u"--json"_s, u"--follow"_s},
             "print what it is doing; --json for programs, --follow at each change"},
     };

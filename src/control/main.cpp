@@ -24,7 +24,8 @@ int fail(int status, const QString& sentence)
     return status;
 }
 
-/// Without a verb this program becomes the application, which lies beside it in build tree and installation alike.
+/// Without a verb, and to look at the desktop, this program becomes the application, which lies beside it in build tree
+/// and installation alike.
 int becomeApplication(char** argv)
 {
     const QString self = QFileInfo(u"/proc/self/exe"_s).symLinkTarget();
@@ -67,6 +68,8 @@ int run(int argc, char** argv)
     }
     if (const QString problem = usageProblem(words); !problem.isEmpty())
         return fail(kUsage, problem + u'\n' + usage());
+    if (words.first() == u"doctor"_s)
+        return becomeApplication(argv); // which knows the desktop
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return fail(kFailed, u"Tallowfern cannot be reached: there is no session bus."_s);

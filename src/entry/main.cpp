@@ -1,4 +1,5 @@
 #include "ControlService.h"
+#include "Doctor.h"
 #include "EndSignals.h"
 #include "LinuxDesktop.h"
 
@@ -11,11 +12,13 @@
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+#include <QJsonDocument>
 #include <QStandardPaths>
 #include <QThread>
 #include <QTranslator>
 
 #include <cstdio>
+#include <unistd.h>
 
 using namespace tallowfern;
 using namespace Qt::StringLiterals;
@@ -52,6 +55,33 @@ QCoro::Task<> endInOrder(AppState& state, LinuxDesktop& desktop)
     state.prepareToQuit();
     co_await desktop.handOverClipboard();
     QCoreApplication::quit();
+}
+
+/// Prints what works on this desktop, with a desktop or without.
+QCoro::Task<> tellDiagnosis(LinuxDesktop* desktop, Clock* clock, bool asJson)
+{
+    const Findings found = co_await examine(desktop, clock, libexecFolder());
+    const auto diagnoses = diagnose(found);
+    const QString text = asJson ? QString::fromUtf8(QJsonDocument(diagnosisJson(diagnoses)).toJson())
+                                : diagnosisText(diagnoses, ::isatty(STDOUT_FILENO) == 1);
+    std::fputs(qUtf8Printable(text), stdout);
+    QCoreApplication::exit(canDictate(diagnoses) ? 0 : kFailed);
+}
+
+int runDoctor(bool hasDesktop)
+{
+    SystemClock clock;
+    const bool asJson = QCoreApplication::arguments().contains(u"--json"_s);
+    const QString configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    std::unique_ptr<LinuxDesktop> desktop;
+    if (hasDesktop) {
+        auto made = LinuxDesktop::create(clock, configuration + u"/tallowfern"_s, libexecFolder() + u"/Resources"_s);
+        if (auto* there = std::get_if<std::unique_ptr<LinuxDesktop>>(&made))
+            desktop = std::move(*there);
+    }
+    QMetaObject::invokeMethod(
+        qApp, [&] { tellDiagnosis(desktop.get(), &clock, asJson); }, Qt::QueuedConnection);
+    return QCoreApplication::exec();
 }
 
 int run()
@@ -91,7 +121,13 @@ int run()
 
 int main(int argc, char** argv)
 {
-    if (const QString problem = LinuxDesktop::prepareProcess(); !problem.isEmpty())
+    const bool isDoctor = argc > 1 && qstrcmp(argv[1], "doctor") == 0;
+    const QString problem = LinuxDesktop::prepareProcess();
+    if (isDoctor && (!problem.isEmpty() || !X11Connection::isReachable())) {
+        const QCoreApplication application(argc, argv);
+        return runDoctor(false);
+    }
+    if (!problem.isEmpty())
         return fail(problem);
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"tallowfern"_s);
@@ -102,5 +138,5 @@ int main(int argc, char** argv)
     QTranslator catalogue;
     if (catalogue.load(u":/translations/tallowfern_linux_en.qm"_s))
         QApplication::installTranslator(&catalogue);
-    return run();
+    return isDoctor ? runDoctor(true) : run();
 }

@@ -26,6 +26,14 @@ X11Connection::X11Connection(xcb_connection_t* xcb, int screen)
     connect(&m_notifier, &QSocketNotifier::activated, this, &X11Connection::dispatch);
 }
 
+bool X11Connection::isReachable()
+{
+    xcb_connection_t* xcb = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(xcb) == 0;
+    xcb_disconnect(xcb);
+    return reached;
+}
+
 X11Connection::~X11Connection()
 {
     xcb_disconnect(m_xcb);

@@ -30,6 +30,8 @@ class X11Connection final : public QObject {
 public:
     /// Null when the display that DISPLAY names cannot be reached.
     static std::unique_ptr<X11Connection> open();
+    /// Whether it can be; also without an event loop.
+    static bool isReachable();
     ~X11Connection() override;
 
     xcb_connection_t* xcb() const { return m_xcb; }
