@@ -1,4 +1,7 @@
-"""One Dictation as a user does it, inside a private virtual desktop: scripts/desktop python3 demo.py BUILD RECORDING"""
+"""One Dictation as a user does it, inside a private virtual desktop:
+
+    scripts/desktop python3 demo.py PREFIX RECORDING SCREENSHOT    PREFIX is a build tree, or /usr
+"""
 import json
 import os
 import pathlib
@@ -21,8 +24,8 @@ def fail(sentence):
 class Tallowfern:
     """The application, followed through its control command."""
 
-    def __init__(self, build):
-        self.command = str(build / "bin/tallowfern")
+    def __init__(self, prefix):
+        self.command = str(prefix / "bin/tallowfern")
         self.process = subprocess.Popen([self.command])
         self.reports = queue.Queue()
         threading.Thread(target=self.follow, daemon=True).start()
@@ -94,8 +97,7 @@ def speak(recording):
 
 
 def main():
-    build, recording = pathlib.Path(sys.argv[1]), sys.argv[2]
-    screenshot = build / "demo.png"
+    prefix, recording, screenshot = pathlib.Path(sys.argv[1]), sys.argv[2], sys.argv[3]
     settings = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "tallowfern"
     settings.mkdir(mode=0o700)
     (settings / "preferences.json").write_text('{"clipboardRestoreEnabled": true, "clipboardRestoreDelay": 1}')
@@ -111,7 +113,7 @@ def main():
     editor = Editor()
     step("a text editor stands on the virtual desktop")
     subprocess.run(["xclip", "-selection", "clipboard"], input="what I had copied before", text=True, check=True)
-    tallowfern = Tallowfern(build)
+    tallowfern = Tallowfern(prefix)
     step("Tallowfern has started")
     subprocess.run(["xdotool", "key", "alt+space"], check=True)
     tallowfern.wait_for("recording")
@@ -121,7 +123,7 @@ def main():
     subprocess.run(["xdotool", "key", "alt+space"], check=True)
     report = tallowfern.wait_for("success")
     step("Alt+Space: the words were recognised and pasted")
-    subprocess.run(["import", "-window", "root", str(screenshot)], check=True)
+    subprocess.run(["import", "-window", "root", screenshot], check=True)
     tallowfern.wait_for("idle")
     deadline = time.monotonic() + PATIENCE
     while clipboard() != "what I had copied before" and time.monotonic() < deadline:
