@@ -137,7 +137,8 @@ def main():
         fail(f"the words were \"{report['lastTranscript']}\"")
 
 
-try:
-    main()
-except subprocess.SubprocessError as error:
-    fail(str(error))
+if __name__ == "__main__":
+    try:
+        main()
+    except subprocess.SubprocessError as error:
+        fail(str(error))

@@ -1,6 +1,8 @@
 #include "interface/OverlayWindow.h"
 
+#include <QBitmap>
 #include <QGuiApplication>
+#include <QImage>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -12,6 +14,18 @@ namespace tallowfern {
 namespace {
 
 constexpr int kRedrawInterval = 100; // milliseconds
+
+/// The pixels that lie at least half within the shape: a region made of the path itself has straight corners.
+QRegion covered(const QPainterPath& shape, const QSize& size)
+{
+    QImage coverage(size, QImage::Format_ARGB32_Premultiplied);
+    coverage.fill(Qt::transparent);
+    QPainter painter(&coverage);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(shape, Qt::black);
+    painter.end();
+    return QBitmap::fromImage(coverage.createAlphaMask(Qt::ThresholdDither));
+}
 
 } // namespace
 
@@ -50,7 +64,8 @@ void OverlayWindow::setStyle(const OverlayStyle& style)
 /// Without a compositor, what is transparent would be black.
 void OverlayWindow::cutOut()
 {
-    setMask(m_style.isTranslucent ? QRegion() : QRegion(overlayPill(m_face.body).toFillPolygon().toPolygon()));
+    setMask(
+        m_style.isTranslucent ? QRegion() : covered(overlayPill(m_face.body), overlayPanelSize(m_face.body).toSize()));
 }
 
 void OverlayWindow::followTime()
