@@ -19,7 +19,6 @@ public:
     std::string transcribe(std::span<const float> window);
 
 private:
-
     static parakeet_context* load(ModelFile& model);
 
     parakeet_context* m_context; // the process ends with it; to free it first would take 30 ms

@@ -3,8 +3,8 @@
 #include "core/AppState.h"
 #include "fakes/Desk.h"
 #include "fakes/FakeAudioCapture.h"
-#include "fakes/FakePreferenceStore.h"
 #include "fakes/FakeDownloader.h"
+#include "fakes/FakePreferenceStore.h"
 #include "fakes/FakeProcessLauncher.h"
 #include "fakes/FakeSoundPlayer.h"
 

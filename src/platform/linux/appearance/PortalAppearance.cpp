@@ -27,8 +27,8 @@ constexpr uint kLight = 2;
 PortalAppearance::PortalAppearance(const QDBusConnection& bus)
 {
     QDBusConnection connection(bus);
-    connection.connect(kService, kPath, kInterface, u"SettingChanged"_s, this,
-        SLOT(settingChanged(QString, QString, QDBusVariant)));
+    connection.connect(
+        kService, kPath, kInterface, u"SettingChanged"_s, this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     QDBusMessage question = QDBusMessage::createMethodCall(kService, kPath, kInterface, u"Read"_s);
     question << kGroup << kKey;
     auto* answer = new QDBusPendingCallWatcher(connection.asyncCall(question), this);
