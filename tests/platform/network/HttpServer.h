@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QUrl>
 
-#include <atomic>
 #include <map>
 #include <thread>
 
@@ -32,7 +31,6 @@ private:
     int m_socket;
     int m_port = 0;
     std::map<QByteArray, Answer> m_answers;
-    std::atomic<int> m_open = -1;
     std::thread m_thread;
 };
 

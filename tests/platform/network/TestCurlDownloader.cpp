@@ -4,6 +4,7 @@
 #include "support/FullDisk.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -142,9 +143,24 @@ TEST_F(Download, IsBrokenOffAtTheEndAndSweptAfterACrash)
     EXPECT_FALSE(outcome->failure.isEmpty());
     EXPECT_TRUE(files().isEmpty());
 
-    QFile left(m_folder.filePath(u"tallowfern-OF-A-CRASH.download"_s));
-    ASSERT_TRUE(left.open(QIODevice::WriteOnly));
+    const auto now = QDateTime::currentDateTime();
+    for (const auto& [name, seconds] : {std::pair("CRASHED", -7200), std::pair("ANOTHERS", -60)}) {
+        QFile file(m_folder.filePath(u"tallowfern-%1.download"_s.arg(QLatin1StringView(name))));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.setFileTime(now.addSecs(seconds), QFileDevice::FileModificationTime);
+    }
     const CurlDownloader next(m_folder.path());
+    EXPECT_EQ(files(), QStringList(u"tallowfern-ANOTHERS.download"_s)) << "a running download is left alone";
+}
+
+TEST_F(Download, AFileThatNobodyHasTakenIsRemovedAtTheEnd)
+{
+    m_server.answer("/file", {head("200 OK", "Content-Length: 4\r\n") + "word"});
+    const auto outcome = start(m_server.url("/file"));
+    while (files().isEmpty() || QFileInfo(m_folder.filePath(files().first())).size() < 4)
+        std::this_thread::yield(); // no turn of the event loop, so the end is not told
+    m_downloader.reset();
+    EXPECT_FALSE(outcome->failure.isEmpty());
     EXPECT_TRUE(files().isEmpty());
 }
 

@@ -5,6 +5,7 @@
 #include "foundation/Words.h"
 #include "platform/linux/network/CurlTransfer.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QUuid>
 
@@ -16,19 +17,36 @@ namespace tallowfern {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// What nobody has written to for so long is left of a process that was killed: a running download would have stalled.
+constexpr qint64 kSecondsToLeftover = 3600;
+
+void removeLeftovers(const QString& folder)
+{
+    const QDateTime limit = QDateTime::currentDateTime().addSecs(-kSecondsToLeftover);
+    for (const QFileInfo& file : QDir(folder).entryInfoList({u"tallowfern-*.download"_s}, QDir::Files)) {
+        if (file.lastModified() < limit)
+            QFile::remove(file.filePath());
+    }
+}
+
+} // namespace
+
 /// A transfer with its thread, and who waits for it.
 class CurlDownloader::Transfer {
 public:
     using Failure = std::optional<QString>;
 
     Transfer(QObject* mainThread, CurlTransfer::Order order, Progress progress)
-        : m_progress(std::move(progress))
+        : m_path(order.path)
+        , m_progress(std::move(progress))
         , m_work(std::move(order), [this, mainThread](double share) { tell(mainThread, share); })
     {
     }
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
-    ~Transfer() { end(); }
+    ~Transfer() { join(); }
 
     void start(QObject* mainThread, std::function<void()> onEnd)
     {
@@ -43,16 +61,23 @@ public:
                 Qt::QueuedConnection);
         });
     }
-    void end()
+    void cancel() { m_work.cancel(); }
+    /// Nobody waits any more, nor for a file that is whole by now.
+    void abandon()
     {
-        m_work.cancel();
-        if (m_thread.joinable())
-            m_thread.join();
+        join();
+        QFile::remove(m_path);
+        ended.complete(words("The download was broken off."));
     }
 
     Completion<Failure> ended;
 
 private:
+    void join()
+    {
+        if (m_thread.joinable())
+            m_thread.join();
+    }
     void tell(QObject* mainThread, double share)
     {
         QMetaObject::invokeMethod(
@@ -64,6 +89,7 @@ private:
             Qt::QueuedConnection);
     }
 
+    QString m_path;
     Progress m_progress;
     CurlTransfer m_work;
     std::thread m_thread;
@@ -74,17 +100,16 @@ CurlDownloader::CurlDownloader(QString folder, Patience patience)
     , m_patience(patience)
 {
     curl_global_init(CURL_GLOBAL_DEFAULT);
-    QDir left(m_folder);
-    for (const QString& name : left.entryList({u"tallowfern-*.download"_s}, QDir::Files))
-        left.remove(name);
+    removeLeftovers(m_folder);
 }
 
 CurlDownloader::~CurlDownloader()
 {
-    for (const auto& transfer : std::exchange(m_transfers, {})) {
-        transfer->end();
-        transfer->ended.complete(words("The download was broken off."));
-    }
+    const auto transfers = std::exchange(m_transfers, {});
+    for (const auto& transfer : transfers)
+        transfer->cancel();
+    for (const auto& transfer : transfers)
+        transfer->abandon();
 }
 
 QCoro::Task<QString> CurlDownloader::download(QUrl url, Progress progress)

@@ -22,7 +22,8 @@ public:
         std::chrono::seconds stalled{60};
     };
 
-    /// Files lie in `folder` until their receiver moves them; what an earlier run left there is removed.
+    /// Files lie in `folder` until their receiver moves them. What an earlier run left there is removed when it is an
+    /// hour old, so that a second process does no harm to a running download.
     CurlDownloader(QString folder, Patience patience);
     explicit CurlDownloader(const QString& folder)
         : CurlDownloader(folder, Patience())

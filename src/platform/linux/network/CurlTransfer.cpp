@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
@@ -30,6 +31,30 @@ QString systemSentence(int error)
     return words("The download could not be saved: %1.").arg(QString::fromLocal8Bit(std::strerror(error)));
 }
 
+/// `detail` is the library's own word, for what a person needs no better one for.
+QString transferSentence(CURLcode code, const char* detail)
+{
+    switch (code) {
+    case CURLE_OPERATION_TIMEDOUT:
+        return words("The download failed: the server does not answer.");
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+        return words("The download failed: the connection was cut off.");
+    default:
+        return words("The download failed: %1.")
+            .arg(QString::fromLocal8Bit(*detail != '\0' ? detail : curl_easy_strerror(code)));
+    }
+}
+
+/// Without signals the library leaves this one to us: a server that hangs up must not end the application.
+void blockBrokenPipes()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 } // namespace
 
 CurlTransfer::CurlTransfer(Order order, std::function<void(double)> progress)
@@ -40,6 +65,7 @@ CurlTransfer::CurlTransfer(Order order, std::function<void(double)> progress)
 
 std::optional<QString> CurlTransfer::run()
 {
+    blockBrokenPipes();
     const QByteArray path = m_order.path.toLocal8Bit();
     m_file = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (m_file < 0)
@@ -72,6 +98,7 @@ std::optional<QString> CurlTransfer::transfer()
     set(CURLOPT_LOW_SPEED_TIME, m_order.stallSeconds);
     set(CURLOPT_BUFFERSIZE, kBufferBytes);
     set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_QUICK_EXIT, 1L); // a dead name server does not hold up the end
     set(CURLOPT_USERAGENT, "Tallowfern");
     set(CURLOPT_ERRORBUFFER, reason.data());
     set(CURLOPT_WRITEFUNCTION, &CurlTransfer::onBody);
@@ -84,8 +111,7 @@ std::optional<QString> CurlTransfer::transfer()
         return std::nullopt;
     if (m_writeError != 0)
         return systemSentence(m_writeError);
-    return words("The download failed: %1.")
-        .arg(QString::fromLocal8Bit(reason[0] != '\0' ? reason.data() : curl_easy_strerror(code)));
+    return transferSentence(code, reason.data());
 }
 
 std::size_t CurlTransfer::onBody(const char* bytes, std::size_t size, std::size_t count, void* self)
