@@ -241,6 +241,12 @@ class DeskTest(unittest.TestCase):
         self.assertEqual(report["status"]["case"], "success", report)
         return report
 
+    def cancel(self):
+        """The key is ours a moment after the recording is told."""
+        until("the cancel key", lambda: any(key["name"] == "cancel" and key["active"] for key in self.app.now()["hotKeys"]))
+        press(CANCEL)
+        self.app.wait_for("idle")
+
     def dictate(self, recording=None):
         self.begin()
         if recording:

@@ -44,8 +44,7 @@ class Flow(DeskTest):
         self.copy(self.MINE)
         self.start()
         self.begin()
-        press(CANCEL)
-        self.app.wait_for("idle")
+        self.cancel()
         press(CANCEL)  # the applications' own again
         editor.wait_text("\x1b")
         self.assertEqual(clipboard(), self.MINE)

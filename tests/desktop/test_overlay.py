@@ -3,7 +3,7 @@ import json
 import re
 import subprocess
 
-from desk import CANCEL, SOURCE, TOGGLE, DeskTest, press, run, until
+from desk import SOURCE, TOGGLE, DeskTest, press, run, until
 from editors import QtEditor
 
 PICTURES = SOURCE / "docs/screenshots"
@@ -55,8 +55,7 @@ class Overlay(DeskTest):
         return until("the overlay", overlay)
 
     def hide(self):
-        press(CANCEL)
-        self.app.wait_for("idle")
+        self.cancel()
         until("the overlay to go", lambda: overlay() is None)
 
     def wait_place(self, expected):
