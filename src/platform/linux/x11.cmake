@@ -21,6 +21,6 @@ tallow_library(linux_x11 FOLDER platform/linux/x11
 tallow_library(linux_screens FOLDER platform/linux/screens
   SOURCES
     screens/X11FloatingPanels.h screens/X11FloatingPanels.cpp
+    screens/X11Reservations.h screens/X11Reservations.cpp
     screens/X11Screens.h screens/X11Screens.cpp
-    screens/X11Struts.h screens/X11Struts.cpp
   LINKS Tallow::linux_x11 Qt6::Gui)

@@ -40,6 +40,10 @@ X11FloatingPanels::X11FloatingPanels(X11Connection& connection)
 
 void X11FloatingPanels::handleEvent(const xcb_generic_event_t* event)
 {
+    if (x11EventType(event) == XCB_MAP_NOTIFY) {
+        askForAll(x11Event<xcb_map_notify_event_t>(event)->window);
+        m_connection.flush();
+    }
     if (x11EventType(event) != m_firstFixesEvent + XCB_XFIXES_SELECTION_NOTIFY)
         return;
     const auto* change = x11Event<xcb_xfixes_selection_notify_event_t>(event);
@@ -53,16 +57,23 @@ void X11FloatingPanels::handleEvent(const xcb_generic_event_t* event)
 void X11FloatingPanels::keepAbove(quintptr window)
 {
     const auto panel = static_cast<xcb_window_t>(window);
-    if (isShown(panel)) {
-        ask(panel, u"_NET_WM_DESKTOP"_s, kAllWorkspaces, kApplication, 0);
-        for (std::size_t i = 0; i < kStates.size(); i += 2)
-            ask(panel, u"_NET_WM_STATE"_s, kAdd, m_connection.atom(kStates[i]), m_connection.atom(kStates[i + 1]));
-        const quint32 above = XCB_STACK_MODE_ABOVE;
-        xcb_configure_window(m_connection.xcb(), panel, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    } else {
+    // A window manager clears the properties when it learns that a window went, which may be after they were set
+    // anew for the next showing: so it is asked once more when the window has come.
+    m_connection.selectEvents(panel, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
+    if (isShown(panel))
+        askForAll(panel);
+    else
         setBeforeShown(panel);
-    }
     m_connection.settle(); // the window is shown next, on another connection
+}
+
+void X11FloatingPanels::askForAll(xcb_window_t panel)
+{
+    ask(panel, u"_NET_WM_DESKTOP"_s, kAllWorkspaces, kApplication, 0);
+    for (std::size_t i = 0; i < kStates.size(); i += 2)
+        ask(panel, u"_NET_WM_STATE"_s, kAdd, m_connection.atom(kStates[i]), m_connection.atom(kStates[i + 1]));
+    const quint32 above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(m_connection.xcb(), panel, XCB_CONFIG_WINDOW_STACK_MODE, &above);
 }
 
 bool X11FloatingPanels::isShown(xcb_window_t window)

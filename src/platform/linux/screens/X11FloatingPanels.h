@@ -17,6 +17,7 @@ public:
 private:
     void handleEvent(const xcb_generic_event_t* event);
     bool isShown(xcb_window_t window);
+    void askForAll(xcb_window_t panel);
     void setBeforeShown(xcb_window_t window);
     void ask(xcb_window_t window, const QString& message, quint32 first, quint32 second, quint32 third);
 

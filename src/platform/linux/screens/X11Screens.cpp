@@ -1,6 +1,6 @@
 #include "platform/linux/screens/X11Screens.h"
 
-#include "platform/linux/screens/X11Struts.h"
+#include "platform/linux/screens/X11Reservations.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -30,10 +30,10 @@ QRectF logicalPixels(const QRect& rect, const QRect& monitor, double ratio)
         monitor.top() + (rect.top() - monitor.top()) / ratio, rect.width() / ratio, rect.height() / ratio};
 }
 
-Screen describe(const QScreen* screen, const std::vector<Strut>& struts)
+Screen describe(const QScreen* screen, const X11Reservations& reservations)
 {
     const QRect monitor = devicePixels(screen);
-    return {screen->geometry(), logicalPixels(withoutStruts(monitor, struts), monitor, screen->devicePixelRatio())};
+    return {screen->geometry(), logicalPixels(freePart(monitor, reservations), monitor, screen->devicePixelRatio())};
 }
 
 } // namespace
@@ -57,10 +57,10 @@ X11Screens::X11Screens(X11Connection& connection)
 
 QList<Screen> X11Screens::screens() const
 {
-    const auto struts = readStruts(m_connection);
+    const X11Reservations reservations = readReservations(m_connection);
     QList<Screen> list;
     for (const QScreen* screen : QGuiApplication::screens())
-        list.append(describe(screen, struts));
+        list.append(describe(screen, reservations));
     return list;
 }
 
@@ -77,9 +77,17 @@ std::optional<Screen> X11Screens::focusedScreen() const
         return std::nullopt;
     const auto sizeCookie = xcb_get_geometry(xcb, window);
     const auto placeCookie = xcb_translate_coordinates(xcb, window, m_connection.root(), 0, 0);
+    const auto typeCookie
+        = xcb_get_property(xcb, false, window, m_connection.atom(u"_NET_WM_WINDOW_TYPE"_s), XCB_ATOM_ATOM, 0, 1);
     const auto size = m_connection.take(xcb_get_geometry_reply(xcb, sizeCookie, nullptr));
     const auto place = m_connection.take(xcb_translate_coordinates_reply(xcb, placeCookie, nullptr));
-    if (!size || !place)
+    const auto type = m_connection.take(xcb_get_property_reply(xcb, typeCookie, nullptr));
+    if (!size || !place || !type)
+        return std::nullopt;
+    // A click on the desktop gives the focus to a window that lies behind all the screens.
+    if (type->value_len == 1
+        && *static_cast<const xcb_atom_t*>(xcb_get_property_value(type.get()))
+            == m_connection.atom(u"_NET_WM_WINDOW_TYPE_DESKTOP"_s))
         return std::nullopt;
     const QRect frame(place->dst_x, place->dst_y, size->width, size->height);
     const QScreen* best = nullptr;
@@ -91,7 +99,7 @@ std::optional<Screen> X11Screens::focusedScreen() const
             best = screen;
         }
     }
-    return best ? std::optional(describe(best, readStruts(m_connection))) : std::nullopt;
+    return best ? std::optional(describe(best, readReservations(m_connection))) : std::nullopt;
 }
 
 QPointF X11Screens::pointer() const
