@@ -177,6 +177,21 @@ void TestWindow::setText(const QString& property, const QByteArray& value)
     m_connection.flush();
 }
 
+void TestWindow::setNumbers(const QString& property, const QList<quint32>& values)
+{
+    xcb_change_property(m_connection.xcb(), XCB_PROP_MODE_REPLACE, m_window, m_connection.atom(property),
+        XCB_ATOM_CARDINAL, 32, static_cast<quint32>(values.size()), values.constData());
+    m_connection.flush();
+}
+
+void TestWindow::setAtom(const QString& property, const QString& value)
+{
+    const xcb_atom_t atom = m_connection.atom(value);
+    xcb_change_property(m_connection.xcb(), XCB_PROP_MODE_REPLACE, m_window, m_connection.atom(property), XCB_ATOM_ATOM,
+        32, 1, &atom);
+    m_connection.flush();
+}
+
 void TestWindow::destroy()
 {
     xcb_destroy_window(m_connection.xcb(), m_window);

@@ -62,6 +62,8 @@ public:
     /// Its properties are set before; programs differ in which they have.
     void show();
     void setText(const QString& property, const QByteArray& value);
+    void setNumbers(const QString& property, const QList<quint32>& values);
+    void setAtom(const QString& property, const QString& value);
     void destroy();
     void takeFocus();
     xcb_window_t id() const { return m_window; }
