@@ -57,13 +57,29 @@ bool writeAll(int descriptor, QByteArrayView bytes)
     return true;
 }
 
-bool isOnDiskOf(const QByteArray& file, const QByteArray& target)
+/// On one file system only; errno tells why not.
+bool renamePrivateAndFlushed(const QByteArray& from, const QByteArray& to)
 {
-    struct stat ofFile { };
-    struct stat ofFolder { };
-    const QByteArray folder = QFile::encodeName(QFileInfo(QFile::decodeName(target)).path());
-    return ::stat(file.constData(), &ofFile) == 0 && ::stat(folder.constData(), &ofFolder) == 0
-        && ofFile.st_dev == ofFolder.st_dev;
+    const Descriptor file(::open(from.constData(), O_RDONLY | O_CLOEXEC));
+    return file.number() >= 0 && ::fchmod(file.number(), 0600) == 0 && ::fsync(file.number()) == 0
+        && ::rename(from.constData(), to.constData()) == 0;
+}
+
+/// By way of a copy beside the target; errno tells why not.
+bool moveAcross(const QByteArray& from, const QByteArray& to)
+{
+    const QByteArray copy = to + ".part";
+    std::error_code error;
+    std::filesystem::copy_file(
+        from.constData(), copy.constData(), std::filesystem::copy_options::overwrite_existing, error);
+    if (!error && renamePrivateAndFlushed(copy, to)) {
+        ::unlink(from.constData());
+        return true;
+    }
+    const int code = error ? error.value() : errno;
+    ::unlink(copy.constData());
+    errno = code;
+    return false;
 }
 
 void flushFolderOf(const QString& path)
@@ -125,25 +141,11 @@ void moveFile(const QString& from, const QString& to)
 {
     const QByteArray source = QFile::encodeName(from);
     const QByteArray target = QFile::encodeName(to);
-    QByteArray moving = source;
-    std::error_code error;
-    if (!isOnDiskOf(source, target)) {
-        moving = target + ".part";
-        std::filesystem::copy_file(
-            source.constData(), moving.constData(), std::filesystem::copy_options::overwrite_existing, error);
-    }
-    const Descriptor file(error ? -1 : ::open(moving.constData(), O_RDONLY | O_CLOEXEC));
-    const bool good = file.number() >= 0 && ::fchmod(file.number(), 0600) == 0 && ::fsync(file.number()) == 0
-        && ::rename(moving.constData(), target.constData()) == 0;
-    if (!good) {
-        const int code = error ? error.value() : errno;
-        if (moving != source)
-            ::unlink(moving.constData());
-        errno = code;
+    // The system alone knows: two mounts of one file system are two disks to it.
+    const bool isMoved = renamePrivateAndFlushed(source, target) || (errno == EXDEV && moveAcross(source, target));
+    if (!isMoved)
         throwErrno(to);
-    }
     flushFolderOf(to);
-    ::unlink(source.constData()); // of a copy
 }
 
 void setAsideDamagedFile(const QString& path, const QDateTime& when)

@@ -57,7 +57,7 @@ void ModelStore::bootstrapBundledPocket(const QString& source)
 
 void ModelStore::examinePocket(const std::optional<QString>& bundled)
 {
-    m_queue.post([this, bundled, standIns = m_standIns, installed = localPath(catalog().first())] {
+    m_examinations.post([this, bundled, standIns = m_standIns, installed = localPath(catalog().first())] {
         const auto digest = recognize(installed, standIns);
         const auto bundledDigest = digest && bundled ? recognize(*bundled, standIns) : std::nullopt;
         const bool replaced = digest && bundled && digest != bundledDigest && copyModel(*bundled, installed);
@@ -92,7 +92,7 @@ bool ModelStore::isStandIn(const SpeechModel& model) const
 
 void ModelStore::deleteModel(const SpeechModel& model)
 {
-    m_queue.drain(); // a replacement in progress would bring the file back
+    m_examinations.drain(); // a replacement in progress would bring the file back
     QFile file(localPath(model));
     if (!file.exists())
         return;
@@ -129,8 +129,11 @@ QCoro::Task<> ModelStore::performDownload(SpeechModel model, Download download)
     } catch (const LocalizedError& error) {
         failure = error.description();
     }
-    if (alive.stop_requested())
+    if (alive.stop_requested()) {
+        if (!failure)
+            QFile::remove(temporary); // nobody else knows of it
         co_return;
+    }
     if (!failure) {
         auto installed = install(temporary, model);
         failure = co_await installed;
@@ -167,7 +170,7 @@ QCoro::Task<QString> ModelStore::fetch(SpeechModel model)
 ModelStore::Download ModelStore::install(const QString& temporary, const SpeechModel& model)
 {
     Download installed;
-    m_queue.post([this, temporary, target = localPath(model), installed] {
+    m_moves.post([this, temporary, target = localPath(model), installed] {
         std::optional<QString> failure;
         try {
             moveFile(temporary, target);

@@ -12,6 +12,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <optional>
@@ -22,6 +23,8 @@ namespace tallowfern {
 class ModelStore : public QObject {
     Q_OBJECT
     Q_PROPERTY(qint64 revision READ revision NOTIFY revisionChanged)
+    Q_PROPERTY(QHash<QString, double> progress READ progress NOTIFY progressChanged)
+    Q_PROPERTY(QStringList activeDownloads READ activeDownloads NOTIFY progressChanged)
 public:
     /// How a download ends: nothing when the file is there, else the sentence that says why not.
     using Download = Completion<std::optional<QString>>;
@@ -46,6 +49,7 @@ public:
     /// The running downloads by the identifier of their model, with the fraction from 0 to 1 that has arrived; it stays
     /// 0 where the server does not tell the length.
     const QHash<QString, double>& progress() const { return m_progress; }
+    QStringList activeDownloads() const { return m_progress.keys(); }
     /// Starts a download, or joins the one that runs. Done at once when the file is there.
     Download startDownload(const SpeechModel& model);
 
@@ -75,7 +79,9 @@ private:
     QHash<QString, double> m_progress;
     QHash<QString, Download> m_downloads;
     Lifetime m_lifetime;
-    BackgroundQueue m_queue; ///< last: its jobs report to the members above
+    // Last: their jobs report to the members above. A move may take as long as the disk likes; nobody waits for it.
+    BackgroundQueue m_examinations;
+    BackgroundQueue m_moves;
 };
 
 } // namespace tallowfern

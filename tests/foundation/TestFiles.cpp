@@ -40,6 +40,35 @@ TEST(Files, AFullDiskLeavesTheOldFileAndNothingElse)
     EXPECT_EQ(readFile(path), QByteArray("abc"));
 }
 
+TEST(Files, AMoveReplacesWholeOrNotAtAllAlsoBetweenDisks)
+{
+    const QTemporaryDir folder;
+    const QTemporaryDir memory(u"/dev/shm/tallowfern-XXXXXX"_s); // a disk of its own on every Linux that has it
+    const QString target = folder.filePath(u"target"_s);
+    for (const QTemporaryDir* from : {&folder, &memory}) {
+        const QString source = from->filePath(u"source"_s);
+        const QByteArray bytes = from->path().toUtf8();
+        QFile file(source);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.setPermissions(QFile::Permissions(0x6444));
+        file.write(bytes);
+        file.close();
+        moveFile(source, target);
+        EXPECT_EQ(readFile(target), bytes);
+        EXPECT_EQ(modeOf(target), 0600);
+        EXPECT_FALSE(QFile::exists(source));
+    }
+    const QString big = memory.filePath(u"big"_s);
+    writeFileAtomically(big, {QByteArray(100'000, 'x')});
+    {
+        const FullDisk disk(1000);
+        EXPECT_THROW(moveFile(big, target), SystemError);
+    }
+    EXPECT_TRUE(QFile::exists(big));
+    EXPECT_EQ(readFile(target), memory.path().toUtf8());
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
 TEST(Files, EverythingIsPrivateToTheUser)
 {
     const QTemporaryDir folder;

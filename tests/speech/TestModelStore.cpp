@@ -14,6 +14,10 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
@@ -176,6 +180,7 @@ TEST(ModelStoreDownload, IsJoinedToldAndPutInPlace)
     const auto first = disk.store->startDownload(disk.model);
     const auto second = disk.store->startDownload(disk.model);
     ASSERT_EQ(disk.downloader.transfers.size(), 1);
+    EXPECT_EQ(disk.store->activeDownloads(), QStringList(disk.model.id));
     EXPECT_EQ(disk.downloader.transfers[0].url.toString(), u"http://hub/base/"_s + disk.model.hubPath);
     for (const double fraction : {0.25, 1.5, -1.0})
         disk.downloader.transfers[0].progress(fraction);
@@ -188,7 +193,7 @@ TEST(ModelStoreDownload, IsJoinedToldAndPutInPlace)
     EXPECT_FALSE(QFileInfo::exists(disk.temporary()));
 
     disk.downloader.transfers[0].progress(0.5); // late
-    EXPECT_TRUE(disk.store->progress().isEmpty());
+    EXPECT_TRUE(disk.store->activeDownloads().isEmpty());
     EXPECT_TRUE(disk.store->startDownload(disk.model).isComplete()) << "there already";
     EXPECT_EQ(disk.store->revision(), 1);
     EXPECT_EQ(disk.downloader.transfers.size(), 1);
@@ -215,13 +220,31 @@ TEST(ModelStoreDownload, AFailureIsToldAndANewTryMayFollow)
     EXPECT_EQ(disk.downloader.transfers.size(), 2);
 }
 
+TEST(ModelStoreDownload, ASlowMoveHoldsUpNobody)
+{
+    Downloading disk;
+    Disk::write(disk.installedPath(), "model");
+    const auto download = disk.store->startDownload(disk.model);
+    const QByteArray pipe = disk.temporary().toUtf8(); // opening it takes until somebody writes
+    ASSERT_EQ(::mkfifo(pipe.constData(), 0600), 0);
+    disk.downloader.transfers[0].path.complete(disk.temporary());
+    disk.store->deleteModel(kPocket);
+    EXPECT_FALSE(disk.store->isInstalled(kPocket));
+    EXPECT_FALSE(download.isComplete());
+    ::close(::open(pipe.constData(), O_WRONLY | O_CLOEXEC));
+    disk.wait(download);
+}
+
 TEST(ModelStoreDownload, OutlivesItsStoreWithoutHarm)
 {
     Downloading disk;
     disk.store->startDownload(disk.model);
+    disk.store->startDownload(SpeechModel::catalog().at(2));
     disk.store.reset();
     disk.downloader.transfers[0].progress(0.5);
     disk.downloader.fail(0);
+    disk.downloader.succeed(1, disk.temporary(), "words");
+    EXPECT_FALSE(QFileInfo::exists(disk.temporary()));
 }
 
 TEST(ModelWarmer, EndsAtOnceInTheMiddleOfABigFile)
