@@ -187,8 +187,8 @@ void TestWindow::setNumbers(const QString& property, const QList<quint32>& value
 void TestWindow::setAtom(const QString& property, const QString& value)
 {
     const xcb_atom_t atom = m_connection.atom(value);
-    xcb_change_property(m_connection.xcb(), XCB_PROP_MODE_REPLACE, m_window, m_connection.atom(property), XCB_ATOM_ATOM,
-        32, 1, &atom);
+    xcb_change_property(
+        m_connection.xcb(), XCB_PROP_MODE_REPLACE, m_window, m_connection.atom(property), XCB_ATOM_ATOM, 32, 1, &atom);
     m_connection.flush();
 }
 
