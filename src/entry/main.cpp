@@ -4,6 +4,7 @@
 #include "LinuxDesktop.h"
 
 #include "core/AppState.h"
+#include "foundation/LocalizedError.h"
 #include "foundation/SystemClock.h"
 #include "interface/MainWindow.h"
 #include "interface/OverlayPanelController.h"
@@ -117,9 +118,7 @@ int run()
     return QCoreApplication::exec();
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int start(int argc, char** argv)
 {
     const bool isDoctor = argc > 1 && qstrcmp(argv[1], "doctor") == 0;
     const QString problem = LinuxDesktop::prepareProcess();
@@ -139,4 +138,17 @@ int main(int argc, char** argv)
     if (catalogue.load(u":/translations/tallowfern_linux_en.qm"_s))
         QApplication::installTranslator(&catalogue);
     return isDoctor ? runDoctor(true) : run();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return start(argc, argv);
+    } catch (const LocalizedError& error) {
+        return fail(error.description());
+    } catch (const std::exception& error) {
+        return fail(QString::fromLocal8Bit(error.what()));
+    }
 }
