@@ -14,8 +14,8 @@ HttpServer::HttpServer()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    ::bind(m_socket, reinterpret_cast<sockaddr*>(&address), size);
-    ::listen(m_socket, 8);
+    if (::bind(m_socket, reinterpret_cast<sockaddr*>(&address), size) != 0 || ::listen(m_socket, 8) != 0)
+        qFatal("no server on the loopback");
     ::getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size);
     m_port = ntohs(address.sin_port);
     m_thread = std::thread([this] { serve(); });
