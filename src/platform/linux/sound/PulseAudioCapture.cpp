@@ -67,16 +67,17 @@ void PulseAudioCapture::end(PulseAudioRecording* take, SampleListener* listener)
     follow();
 }
 
-/// Brings the stream to where the sources are now. A take that runs keeps its stream, or ends.
+/// Brings the stream to where the sources are now. A take that runs keeps its stream, or ends with the last microphone.
 void PulseAudioCapture::follow()
 {
     const auto microphone = m_sources.microphone();
-    const QByteArray source = m_stream.sourceName();
-    const bool lost = !microphone || (!source.isEmpty() && m_sources.isMonitor(source));
-    if (m_take && lost) {
+    if (m_take && !microphone) {
         interruptTake(); // comes back here by end()
         return;
     }
+    const QByteArray source = m_stream.sourceName();
+    if (m_take && !source.isEmpty() && m_sources.isMonitor(source))
+        m_stream.drop(); // the server has put it on an output; the watch asks for the microphone that is left
     if (!microphone)
         m_stream.drop();
     else if (!m_take)

@@ -48,6 +48,7 @@ void PulseCaptureStream::drop()
     const PulseContext::Lock lock(m_context);
     m_wanted.reset();
     m_listener = nullptr;
+    m_wasHeard = false;
     if (!m_stream)
         return;
     pa_stream_set_state_callback(m_stream, nullptr, nullptr);
