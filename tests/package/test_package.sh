@@ -114,7 +114,14 @@ if ! unshare --mount --pid --fork true 2>/dev/null; then
 fi
 "$root/scripts/package"
 rm -rf --one-file-system "$debian"
-trap 'rm -rf --one-file-system "$debian"' EXIT
-# Processes and mounts end with the namespaces, however the test ends.
-timeout --foreground 1800 unshare --mount --pid --fork --kill-child --mount-proc \
-  "$0" --inside "$root"/build/package/tallowfern_*.deb
+# Processes and mounts end with the namespaces, however this script ends.
+setpriv --pdeathsig KILL unshare --mount --pid --fork --kill-child --mount-proc \
+  timeout 1800 "$0" --inside "$root"/build/package/tallowfern_*.deb &
+inside=$!
+end() {
+  kill -KILL $inside 2>/dev/null && wait $inside
+  rm -rf --one-file-system "$debian" || { sleep 1; rm -rf --one-file-system "$debian"; } # some may still be ending
+}
+trap end EXIT
+trap 'exit 143' INT TERM HUP
+wait $inside
