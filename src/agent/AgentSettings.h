@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agent/AgentTypes.h"
+#include "agent/protocol/AgentTypes.h"
 #include "foundation/Json.h"
 #include "shortcuts/KeyboardShortcutSetting.h"
 

@@ -99,6 +99,18 @@ QJsonValue write(const QDateTime& value)
     return value.toUTC().toString(Qt::ISODate);
 }
 
+void read(const QJsonValue& value, Secret& out)
+{
+    QString text;
+    read(value, text);
+    out = Secret(text.toUtf8());
+}
+
+QJsonValue write(const Secret& value)
+{
+    return QString::fromUtf8(value.reveal());
+}
+
 QByteArray storageBytes(const QJsonValue& value)
 {
     const QJsonDocument document = value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());

@@ -2,6 +2,7 @@
 
 #include "foundation/EnumStrings.h"
 #include "foundation/LocalizedError.h"
+#include "foundation/Secret.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -65,6 +66,7 @@ void read(const QJsonValue& value, quint32& out);
 void read(const QJsonValue& value, QString& out);
 void read(const QJsonValue& value, QUuid& out);
 void read(const QJsonValue& value, QDateTime& out);
+void read(const QJsonValue& value, Secret& out);
 QJsonValue write(bool value);
 QJsonValue write(double value);
 QJsonValue write(qint64 value);
@@ -72,6 +74,7 @@ QJsonValue write(quint32 value);
 QJsonValue write(const QString& value);
 QJsonValue write(const QUuid& value);
 QJsonValue write(const QDateTime& value);
+QJsonValue write(const Secret& value);
 
 [[noreturn]] void fail(const QString& what);
 

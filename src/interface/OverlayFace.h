@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agent/AgentTypes.h"
+#include "agent/protocol/AgentTypes.h"
 #include "core/CaptureStatus.h"
 #include "core/PreferenceTypes.h"
 #include "interface/OverlayGeometry.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -14,9 +15,14 @@ namespace tallowfern {
 
 /// What to start. No shell is involved.
 struct ProcessRequest {
+    enum class Input { Empty, Pipe };
+
     QString program; ///< absolute path
     QStringList arguments;
     QMap<QString, QString> environment; ///< added to ours
+    QStringList withoutEnvironment = {}; ///< names that the child does not get of ours
+    Input input = Input::Empty;
+    QList<int> descriptors = {}; ///< open files of ours that the child gets too, under the same numbers
 };
 
 /// How a child ended.
@@ -36,6 +42,16 @@ public:
     virtual ~ChildProcess() = default;
 
     virtual qint64 processIdentifier() const = 0;
+
+    // The input, where the request asked for a pipe.
+    /// Ends when the child's pipe has taken all bytes. Writes do not mix. Throws SystemError when the child reads no
+    /// more or is gone.
+    virtual QCoro::Task<> write(QByteArray bytes) = 0;
+    /// The child reads the end of its input, behind all that is still being written.
+    virtual void closeInput() = 0;
+
+    /// Asks the child to end (SIGTERM).
+    virtual void terminate() = 0;
 
     /// Bytes as they come, in any pieces; never empty.
     std::function<void(QByteArray)> onOutput;

@@ -39,7 +39,7 @@ public:
             Completion<bool> started = *startsWhen;
             co_await started;
         }
-        co_return std::make_unique<Child>(stage);
+        co_return std::make_unique<Child>(stage, reading);
     }
 
     void writes(const QByteArray& bytes)
@@ -55,6 +55,14 @@ public:
     void exits(int status) { end(*m_stages.back(), {false, status}); }
     void isKilled(int signal) { end(*m_stages.back(), {true, signal}); }
 
+    /// Of the newest child.
+    QByteArray input() const { return m_stages.empty() ? QByteArray() : m_stages.back()->input; }
+    bool inputIsClosed() const { return !m_stages.empty() && m_stages.back()->inputClosed; }
+    bool wasAskedToEnd() const { return !m_stages.empty() && m_stages.back()->asked; }
+    /// Children that read nothing: a write waits for ever, or fails.
+    enum class Reading { Reads, Waits, Refuses };
+    Reading reading = Reading::Reads;
+
     /// The newest child runs: it has neither ended nor been destroyed.
     bool isRunning() const { return !m_stages.empty() && m_stages.back()->child; }
 
@@ -62,20 +70,37 @@ private:
     class Child;
     struct Stage {
         Child* child = nullptr;
+        QByteArray input;
+        bool inputClosed = false;
+        bool asked = false;
     };
 
     class Child final : public ChildProcess {
     public:
-        explicit Child(std::shared_ptr<Stage> stage)
+        Child(std::shared_ptr<Stage> stage, const Reading& reading)
             : m_stage(std::move(stage))
+            , m_reading(reading)
         {
             m_stage->child = this;
         }
         ~Child() override { m_stage->child = nullptr; }
         qint64 processIdentifier() const override { return 0; }
+        QCoro::Task<> write(QByteArray bytes) override
+        {
+            if (m_reading == Reading::Refuses)
+                throw SystemError(QStringLiteral("Broken pipe"));
+            m_stage->input += bytes;
+            if (m_reading == Reading::Waits) {
+                Completion<bool> never;
+                co_await never;
+            }
+        }
+        void closeInput() override { m_stage->inputClosed = true; }
+        void terminate() override { m_stage->asked = true; }
 
     private:
         std::shared_ptr<Stage> m_stage;
+        Reading m_reading;
     };
 
     Child* running() const { return m_stages.empty() ? nullptr : m_stages.back()->child; }

@@ -8,6 +8,7 @@
 #include <QProcessEnvironment>
 
 #include <csignal>
+#include <fcntl.h>
 #include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -17,7 +18,7 @@ namespace tallowfern {
 namespace {
 
 /// Runs in the child between fork and exec: nothing but system calls.
-void becomeChildOf(pid_t parent)
+void becomeChildOf(pid_t parent, const QList<int>& descriptors)
 {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -27,6 +28,8 @@ void becomeChildOf(pid_t parent)
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+    for (const int descriptor : descriptors)
+        ::fcntl(descriptor, F_SETFD, 0);
 }
 
 std::unique_ptr<QProcess> prepare(const ProcessRequest& request)
@@ -37,9 +40,13 @@ std::unique_ptr<QProcess> prepare(const ProcessRequest& request)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (auto entry = request.environment.begin(); entry != request.environment.end(); ++entry)
         environment.insert(entry.key(), entry.value());
+    for (const QString& name : request.withoutEnvironment)
+        environment.remove(name);
     process->setProcessEnvironment(environment);
-    process->setStandardInputFile(QProcess::nullDevice());
-    process->setChildProcessModifier([parent = ::getpid()] { becomeChildOf(parent); });
+    if (request.input == ProcessRequest::Input::Empty)
+        process->setStandardInputFile(QProcess::nullDevice());
+    process->setChildProcessModifier(
+        [parent = ::getpid(), descriptors = request.descriptors] { becomeChildOf(parent, descriptors); });
     return process;
 }
 
