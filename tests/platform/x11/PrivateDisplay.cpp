@@ -36,8 +36,21 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager)
     const bool isUp = waitFor([this] {
         return output(u"xprop"_s, {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s}).contains("window id");
     });
-    if (!isUp)
+    if (!isUp || !givesFocus())
         throw std::runtime_error("the window manager does not start");
+}
+
+/// It tells its name before it is ready: a window that comes in between is taken over without the focus.
+bool PrivateDisplay::givesFocus()
+{
+    for (int attempt = 0; attempt < 25; ++attempt) {
+        TestWindow probe("Probe");
+        probe.show();
+        const QByteArray id = "0x" + QByteArray::number(probe.id(), 16);
+        if (waitFor([&] { return output(u"xprop"_s, {u"-root"_s, u"_NET_ACTIVE_WINDOW"_s}).contains(id); }, 200))
+            return true;
+    }
+    return false;
 }
 
 PrivateDisplay::~PrivateDisplay()

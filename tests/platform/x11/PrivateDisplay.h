@@ -21,6 +21,8 @@ public:
     void stopServer();
 
 private:
+    bool givesFocus();
+
     QByteArray m_earlierDisplay;
     QTemporaryDir m_folder;
     QProcess m_server;
