@@ -42,14 +42,16 @@ public:
         co_return std::make_unique<Child>(stage, reading);
     }
 
-    void writes(const QByteArray& bytes)
+    void writes(const QByteArray& bytes) { writes(m_stages.size() - 1, bytes); }
+    /// Children are counted from 0 in the order of their starts.
+    void writes(std::size_t number, const QByteArray& bytes)
     {
-        if (Child* child = running())
-            std::function(child->onOutput)(bytes);
+        if (Child* child = running(number); child && child->onOutput)
+            std::function(child->onOutput)(bytes); // a copy, as below
     }
     void writesError(const QByteArray& bytes)
     {
-        if (Child* child = running())
+        if (Child* child = running(m_stages.size() - 1); child && child->onErrorOutput)
             std::function(child->onErrorOutput)(bytes);
     }
     void exits(int status) { end(*m_stages.back(), {false, status}); }
@@ -103,7 +105,7 @@ private:
         Reading m_reading;
     };
 
-    Child* running() const { return m_stages.empty() ? nullptr : m_stages.back()->child; }
+    Child* running(std::size_t number) const { return number < m_stages.size() ? m_stages[number]->child : nullptr; }
 
     static void end(Stage& stage, ProcessExit exit)
     {
