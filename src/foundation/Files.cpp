@@ -148,7 +148,7 @@ void moveFile(const QString& from, const QString& to)
     flushFolderOf(to);
 }
 
-void setAsideDamagedFile(const QString& path, const QDateTime& when)
+QString setAsideDamagedFile(const QString& path, const QDateTime& when)
 {
     const QString base = path + QStringLiteral(".damaged-") + when.toUTC().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString target = base;
@@ -157,6 +157,7 @@ void setAsideDamagedFile(const QString& path, const QDateTime& when)
     if (::rename(QFile::encodeName(path).constData(), QFile::encodeName(target).constData()) != 0)
         throwErrno(path);
     flushFolderOf(path);
+    return target;
 }
 
 } // namespace tallowfern

@@ -26,7 +26,7 @@ void writeFileAtomically(const QString& path, std::initializer_list<QByteArrayVi
 void moveFile(const QString& from, const QString& to);
 
 /// Renames a file that could not be understood to "NAME.damaged-DATE" beside it, so that nothing of the user's is
-/// overwritten. Throws SystemError.
-void setAsideDamagedFile(const QString& path, const QDateTime& when);
+/// overwritten, and gives the new path. Throws SystemError.
+QString setAsideDamagedFile(const QString& path, const QDateTime& when);
 
 } // namespace tallowfern
