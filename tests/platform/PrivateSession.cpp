@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QTimer>
 
 #include <algorithm>
@@ -45,7 +44,10 @@ PrivateSession::PrivateSession()
     const QString bus = u"unix:path="_s + run + u"/bus"_s;
     qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toLocal8Bit());
     start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--address="_s + bus});
-    if (!waitFor([run] { return QFileInfo::exists(run + u"/bus"_s); }))
+    // That a socket is there does not mean yet that somebody listens, here and below.
+    const QStringList question{u"--session"_s, u"--print-reply"_s, u"--dest=org.freedesktop.DBus"_s,
+        u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus.ListNames"_s};
+    if (!waitFor([this, question] { return succeeds(u"dbus-send"_s, question); }))
         throw std::runtime_error("the session bus does not start");
 }
 
@@ -121,8 +123,8 @@ QProcess* PrivateSession::startAccessibilityBus()
 void PrivateSession::startSoundServer()
 {
     start(u"pipewire"_s);
-    const QString socket = m_folder.filePath(u"run/pipewire-0"_s);
-    if (!waitFor([&socket] { return QFileInfo::exists(socket); })) // without it the session manager ends at once
+    // The session manager and the other server end at once where they find nobody.
+    if (!waitFor([this] { return succeeds(u"pw-cli"_s, {u"info"_s, u"0"_s}); }))
         throw std::runtime_error("the sound server does not start");
     start(u"wireplumber"_s);
     startPulseServer();
