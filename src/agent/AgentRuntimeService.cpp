@@ -1,7 +1,7 @@
 #include "agent/AgentRuntimeService.h"
 
-#include "agent/AgentRuntimeError.h"
 #include "agent/RuntimeDiagnostics.h"
+#include "agent/protocol/AgentRuntimeError.h"
 #include "foundation/Words.h"
 
 namespace tallowfern {

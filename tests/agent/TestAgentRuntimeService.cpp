@@ -1,6 +1,6 @@
-#include "agent/AgentRuntimeError.h"
 #include "agent/AgentRuntimeService.h"
 #include "agent/RuntimeDiagnostics.h"
+#include "agent/protocol/AgentRuntimeError.h"
 #include "fakes/FakeProcessLauncher.h"
 #include "fakes/VirtualClock.h"
 #include "support/Await.h"

@@ -1,4 +1,4 @@
-#include "agent/AgentRuntimeError.h"
+#include "agent/protocol/AgentRuntimeError.h"
 
 #include "foundation/Words.h"
 
