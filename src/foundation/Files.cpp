@@ -137,6 +137,14 @@ void writeFileAtomically(const QString& path, std::initializer_list<QByteArrayVi
     flushFolderOf(path);
 }
 
+void removeAbandonedCopies(const QString& path)
+{
+    const QFileInfo file(path);
+    const QStringList names = file.dir().entryList({file.fileName() + QStringLiteral(".??????")}, QDir::Files);
+    for (const QString& name : names)
+        file.dir().remove(name);
+}
+
 void moveFile(const QString& from, const QString& to)
 {
     const QByteArray source = QFile::encodeName(from);

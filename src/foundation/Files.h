@@ -20,6 +20,10 @@ std::optional<QByteArray> readFile(const QString& path);
 /// same folder, flushed, renamed, the folder flushed. May block on the disk. Any thread. Throws SystemError.
 void writeFileAtomically(const QString& path, std::initializer_list<QByteArrayView> parts);
 
+/// Removes what processes that were killed inside writeFileAtomically have left beside the file: the user may have
+/// deleted what is in it since. Not while another thread writes the file.
+void removeAbandonedCopies(const QString& path);
+
 /// Puts the file at `from` at `to`, in place of what is there, also from another disk; what stands at `to` is always
 /// the one or the other, whole and private (0600). Blocks on the disk. Any thread. Throws SystemError; `from` then
 /// stays.

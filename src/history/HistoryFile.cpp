@@ -3,8 +3,6 @@
 #include "foundation/Files.h"
 #include "foundation/Json.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -104,14 +102,6 @@ void HistoryFile::write(Pending& pending)
     } catch (const LocalizedError&) {
         // The changes stay pending; the list in memory is what the user sees.
     }
-}
-
-void HistoryFile::removeAbandonedCopies(const QString& path)
-{
-    const QFileInfo file(path);
-    const QStringList names = file.dir().entryList({file.fileName() + QStringLiteral(".??????")}, QDir::Files);
-    for (const QString& name : names)
-        file.dir().remove(name);
 }
 
 } // namespace tallowfern

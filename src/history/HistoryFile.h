@@ -38,8 +38,6 @@ private:
     void post(Change change);
     static QByteArray applied(const std::vector<Change>& changes, QByteArray file);
     static void write(Pending& pending);
-    /// What a process that was killed while it wrote has left. The user may have deleted items of it since.
-    static void removeAbandonedCopies(const QString& path);
 
     std::shared_ptr<Pending> m_pending;
     BackgroundQueue m_queue;

@@ -2,7 +2,7 @@
 
 #include "foundation/Files.h"
 #include "foundation/LocalizedError.h"
-#include "foundation/Words.h"
+#include "system/HubAddress.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -151,19 +151,14 @@ QCoro::Task<> ModelStore::performDownload(SpeechModel model, Download download)
 /// The path of the new file.
 QCoro::Task<QString> ModelStore::fetch(SpeechModel model)
 {
-    const QString hub = m_hub();
-    if (hub.isEmpty()) {
-        throw SystemError(
-            words("No model hub is configured. Set \"hubBaseURL\" in the preferences or TALLOWFERN_HUB in "
-                  "the environment to its address."));
-    }
+    const QUrl address = addressOnHub(m_hub(), model.hubPath);
     const auto show = [this, id = model.id, alive = m_lifetime.token()](double fraction) {
         if (alive.stop_requested() || !m_progress.contains(id))
             return;
         m_progress[id] = std::clamp(fraction, 0.0, 1.0);
         Q_EMIT progressChanged();
     };
-    return m_downloader.download(model.url(hub), show);
+    return m_downloader.download(address, show);
 }
 
 /// In the background: between two disks, gigabytes are copied.

@@ -34,11 +34,6 @@ const Look* lookOf(const QString& id)
 
 } // namespace
 
-QUrl SpeechModel::url(const QString& hubBase) const
-{
-    return QUrl(hubBase.endsWith(u'/') ? hubBase + hubPath : hubBase + u'/' + hubPath);
-}
-
 int SpeechModel::speedRating() const
 {
     const Look* look = lookOf(id);

@@ -4,7 +4,6 @@
 
 #include <QList>
 #include <QString>
-#include <QUrl>
 
 #include <array>
 #include <optional>
@@ -46,8 +45,6 @@ struct SpeechModel {
 
     bool operator==(const SpeechModel&) const = default;
 
-    /// Where to fetch the file from; `hubBase` is the address of the hub, with or without a closing slash.
-    QUrl url(const QString& hubBase) const;
     int speedRating() const; ///< 1 to 5
     int qualityRating() const; ///< 1 to 5
     /// Goes by the identifier, not by `accent`. Nothing stands for the platform's secondary colour.
