@@ -1,5 +1,7 @@
 #include "agent/AgentSettings.h"
 
+#include <algorithm>
+
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
@@ -32,6 +34,52 @@ AgentSettings AgentSettings::fromStorage(const QByteArray& bytes)
     if (settings.trustedInstructions == instructionsBeginning(u"You are the local writing agent inside Tallowfern."_s))
         settings.trustedInstructions = defaultTrustedInstructions();
     return settings;
+}
+
+std::optional<AgentPromptProfile> AgentSettings::promptProfile(const std::optional<QUuid>& id) const
+{
+    const auto found = std::find_if(promptProfiles.begin(), promptProfiles.end(),
+        [&](const AgentPromptProfile& profile) { return profile.id == id; });
+    return found == promptProfiles.end() ? std::nullopt : std::optional(*found);
+}
+
+QString AgentSettings::composedTrustedInstructions(const std::optional<QUuid>& profileID) const
+{
+    if (!profileID) {
+        const QString prompt = regularCommandPrompt.trimmed();
+        return prompt.isEmpty() ? trustedInstructions
+                                : trustedInstructions
+                + u"\n\n<regular_command_prompt>\nThe user invoked the regular Command shortcut. Apply these "
+                  u"additional "
+                  "trusted instructions from the user:\n"_s
+                + prompt + u"\n</regular_command_prompt>"_s;
+    }
+    const auto profile = promptProfile(profileID);
+    const QString prompt = profile ? profile->prompt.trimmed() : QString();
+    if (prompt.isEmpty())
+        return trustedInstructions;
+    const QString name = profile->name.trimmed();
+    const QString attribute = name.isEmpty() ? QString() : u" name=\""_s + name + u'"';
+    return trustedInstructions + u"\n\n<command_profile"_s + attribute
+        + u">\nThe user invoked this request through a Command profile. Apply these additional trusted instructions "
+          u"from "
+          "the user:\n"_s
+        + prompt + u"\n</command_profile>"_s;
+}
+
+QString selectedModelID(const AgentSettings& settings)
+{
+    switch (settings.writingProvider) {
+    case AgentWritingProvider::Local:
+        return settings.selectedModelID;
+    case AgentWritingProvider::OpenAI:
+        return settings.selectedOpenAIModelID;
+    case AgentWritingProvider::Gemini:
+        return settings.selectedGeminiModelID;
+    case AgentWritingProvider::Mistral:
+        return settings.selectedMistralModelID;
+    }
+    return {};
 }
 
 } // namespace tallowfern

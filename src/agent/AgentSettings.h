@@ -8,6 +8,8 @@
 #include <QString>
 #include <QUuid>
 
+#include <optional>
+
 namespace tallowfern {
 
 /// Standing instructions of the user with a shortcut of their own.
@@ -56,6 +58,11 @@ struct AgentSettings {
     static AgentSettings defaults() { return {}; }
     /// From the preferences' bytes. Throws json::DecodingError.
     static AgentSettings fromStorage(const QByteArray& bytes);
+    /// The first with that identifier.
+    std::optional<AgentPromptProfile> promptProfile(const std::optional<QUuid>& id) const;
+    /// What the model is told for a turn: the profile's prompt in a block of its own, or the regular one without a
+    /// profile. A profile that is gone or empty adds nothing.
+    QString composedTrustedInstructions(const std::optional<QUuid>& profileID) const;
     static constexpr auto jsonFields()
     {
         using S = AgentSettings;
@@ -79,5 +86,8 @@ struct AgentSettings {
             json::tolerated("promptProfiles", &S::promptProfiles)};
     }
 };
+
+/// Of the model in force; each writing provider keeps a choice of its own.
+QString selectedModelID(const AgentSettings& settings);
 
 } // namespace tallowfern
