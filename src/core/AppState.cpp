@@ -20,6 +20,9 @@ AppState::AppState(PlatformServices platform, const AppPaths& paths, const Resou
           paths, platform.downloader, [&store = platform.preferences] { return hubBaseURL(store); },
           resources.file(SpeechModel::catalog().first().fileName))
     , history(paths, platform.clock)
+    , agentModels(paths, platform.downloader, [&store = platform.preferences] { return hubBaseURL(store); })
+    , agentRuntime(
+          platform.clock, platform.processLauncher, [resources](const QString& name) { return resources.file(name); })
     , recorder(platform.audioCapture, paths, platform.clock)
     , runner(platform.processLauncher, resources, processors)
     , hotKeys(platform.hotKeyCenter, platform.clock)
@@ -36,8 +39,11 @@ AppState::AppState(PlatformServices platform, const AppPaths& paths, const Resou
     , textDelivery(platform.workspace, platform.keyPoster, platform.clock)
     , delivery(platform.clock, preferences, platform.pasteboard, restorer, textDelivery, history)
     , progress(platform.clock, overlay)
+    , smartCleanup({preferences, agentModels, agentRuntime, platform.clock,
+          [resources](const QString& name) { return resources.file(name); }, paths.agentSessions()})
     , dictation({preferences, permissions, errors, overlay, navigation, models, recorder, runner, warmer, hotKeys,
-          platform.workspace, platform.accessibility, restorer, delivery, progress, sounds, [] { return false; }})
+          platform.workspace, platform.accessibility, restorer, delivery, progress, smartCleanup, sounds,
+          [] { return false; }})
     , shortcuts(preferences, hotKeys, [this] { return dictation.status().state == CaptureStatus::Case::Recording; })
 {
     overlay.isNeeded = [this] { return dictation.status().isActive(); };
@@ -51,6 +57,7 @@ AppState::AppState(PlatformServices platform, const AppPaths& paths, const Resou
 
     AudioRecorder::cleanupTemporaryRecordings(paths);
     shortcuts.refreshHotKeys();
+    agentRuntime.start();
 }
 
 void AppState::prepareToQuit()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agent/AgentRuntimeService.h"
+#include "agent/models/AgentModelStore.h"
 #include "core/CompletionSounds.h"
 #include "core/DictationDelivery.h"
 #include "core/DictationSession.h"
@@ -10,6 +12,7 @@
 #include "core/PlatformServices.h"
 #include "core/Preferences.h"
 #include "core/ShortcutBindings.h"
+#include "core/SmartCleanup.h"
 #include "core/TranscriptionProgress.h"
 #include "delivery/ClipboardRestorer.h"
 #include "delivery/TextDelivery.h"
@@ -43,6 +46,8 @@ public:
     Permissions permissions;
     ModelStore models;
     HistoryStore history;
+    AgentModelStore agentModels;
+    AgentRuntimeService agentRuntime;
     AudioRecorder recorder;
     WhisperRunner runner;
     ModelWarmer warmer;
@@ -56,6 +61,7 @@ public:
     TextDelivery textDelivery;
     DictationDelivery delivery;
     TranscriptionProgress progress;
+    SmartCleanup smartCleanup;
     DictationSession dictation;
     ShortcutBindings shortcuts;
 };

@@ -173,8 +173,11 @@ QCoro::Task<> DictationSession::transcribe(Take take)
     QString failure;
     try {
         const QString modelPath = m_with.models.localPath(take.model);
-        const QString text
+        const QString transcript
             = co_await m_with.runner.transcribe(take.recording.path, take.model, modelPath, take.vocabulary, report);
+        if (stop.stop_requested())
+            co_return;
+        const QString text = co_await m_with.smartCleanup.clean(transcript);
         if (stop.stop_requested())
             co_return;
         m_with.progress.finish();

@@ -8,6 +8,7 @@
 #include "core/OverlayPresenter.h"
 #include "core/Permissions.h"
 #include "core/Preferences.h"
+#include "core/SmartCleanup.h"
 #include "core/TranscriptionProgress.h"
 #include "foundation/Lifetime.h"
 #include "platform/Accessibility.h"
@@ -47,6 +48,7 @@ public:
         ClipboardRestorer& restorer;
         DictationDelivery& delivery;
         TranscriptionProgress& progress;
+        SmartCleanup& smartCleanup;
         CompletionSounds& sounds;
         std::function<bool()> commandIsBusy; ///< the two modes exclude each other
     };

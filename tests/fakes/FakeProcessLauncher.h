@@ -54,11 +54,13 @@ public:
         if (Child* child = running(m_stages.size() - 1); child && child->onErrorOutput)
             std::function(child->onErrorOutput)(bytes);
     }
-    void exits(int status) { end(*m_stages.back(), {false, status}); }
+    void exits(int status) { exits(m_stages.size() - 1, status); }
+    void exits(std::size_t number, int status) { end(*m_stages.at(number), {false, status}); }
     void isKilled(int signal) { end(*m_stages.back(), {true, signal}); }
 
     /// Of the newest child.
     QByteArray input() const { return m_stages.empty() ? QByteArray() : m_stages.back()->input; }
+    QByteArray input(std::size_t number) const { return m_stages.at(number)->input; }
     bool inputIsClosed() const { return !m_stages.empty() && m_stages.back()->inputClosed; }
     bool wasAskedToEnd() const { return !m_stages.empty() && m_stages.back()->asked; }
     /// Children that read nothing: a write waits for ever, or fails.
