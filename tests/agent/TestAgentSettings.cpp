@@ -59,5 +59,53 @@ TEST(AgentSettings, OnlyTheEarlierDefaultPromptIsReplaced)
         EXPECT_EQ(read(own), own);
 }
 
+TEST(AgentSettings, TheInstructionsCarryOneBlockOfTheUsersOwnAtMost)
+{
+    const QUuid known = QUuid::createUuid();
+    const QString regular = u"\n\n<regular_command_prompt>\nThe user invoked the regular Command shortcut. Apply these "
+                            "additional trusted instructions from the user:\nBe brief.\n</regular_command_prompt>"_s;
+    const QString profiled
+        = u">\nThe user invoked this request through a Command profile. Apply these additional trusted "
+          "instructions from the user:\nBe formal.\n</command_profile>"_s;
+    struct Case {
+        std::optional<QUuid> asked;
+        QString regularPrompt;
+        QString name;
+        QString prompt;
+        QString block;
+    };
+    const Case cases[] = {
+        {{}, u" \n\t"_s, u"A"_s, u"Be formal."_s, {}},
+        {{}, u"\n Be brief.\n"_s, u"A"_s, u"Be formal."_s, regular},
+        {known, u"Be brief."_s, u" My \"own\" \n"_s, u"\n Be formal. "_s,
+            u"\n\n<command_profile name=\"My \"own\"\""_s + profiled},
+        {known, u"Be brief."_s, u" \n"_s, u"Be formal."_s, u"\n\n<command_profile"_s + profiled},
+        {known, u"Be brief."_s, u"A"_s, u" \n"_s, {}},
+        {QUuid::createUuid(), u"Be brief."_s, u"A"_s, u"Be formal."_s, {}},
+    };
+    for (const QString& base : {u" The base\n"_s, QString()}) {
+        for (const Case& each : cases) {
+            AgentSettings settings;
+            settings.trustedInstructions = base;
+            settings.regularCommandPrompt = each.regularPrompt;
+            settings.promptProfiles = {{known, each.name, each.prompt, DefaultShortcuts::agent()},
+                {known, u"B"_s, u"Hidden."_s, DefaultShortcuts::agent()}};
+            EXPECT_EQ(settings.composedTrustedInstructions(each.asked), base + each.block);
+        }
+    }
+}
+
+TEST(AgentSettings, EachProviderKeepsItsModel)
+{
+    AgentSettings settings;
+    settings.selectedModelID = u"own"_s;
+    QStringList chosen;
+    for (const auto& [provider, name] : enumStrings(AgentWritingProvider{})) {
+        settings.writingProvider = provider;
+        chosen.append(selectedModelID(settings));
+    }
+    EXPECT_EQ(chosen.join(u' '), u"own openai-luna gemini-flash mistral-small"_s);
+}
+
 } // namespace
 } // namespace tallowfern
