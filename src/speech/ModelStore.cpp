@@ -1,6 +1,7 @@
 #include "speech/ModelStore.h"
 
 #include "foundation/Files.h"
+#include "foundation/InBackground.h"
 #include "foundation/LocalizedError.h"
 #include "system/HubAddress.h"
 
@@ -24,6 +25,18 @@ bool copyModel(const QString& source, const QString& target)
         return true;
     } catch (const LocalizedError&) {
         return false;
+    }
+}
+
+/// In the background: between two disks, gigabytes are copied. Gives the sentence of a failure.
+std::optional<QString> moveModel(const QString& temporary, const QString& target)
+{
+    try {
+        moveFile(temporary, target);
+        return std::nullopt;
+    } catch (const LocalizedError& error) {
+        QFile::remove(temporary);
+        return error.description();
     }
 }
 
@@ -135,8 +148,9 @@ QCoro::Task<> ModelStore::performDownload(SpeechModel model, Download download)
         co_return;
     }
     if (!failure) {
-        auto installed = install(temporary, model);
-        failure = co_await installed;
+        auto moving
+            = inBackground(m_moves, [temporary, target = localPath(model)] { return moveModel(temporary, target); });
+        failure = co_await moving;
         if (alive.stop_requested())
             co_return;
     }
@@ -159,24 +173,6 @@ QCoro::Task<QString> ModelStore::fetch(SpeechModel model)
         Q_EMIT progressChanged();
     };
     return m_downloader.download(address, show);
-}
-
-/// In the background: between two disks, gigabytes are copied.
-ModelStore::Download ModelStore::install(const QString& temporary, const SpeechModel& model)
-{
-    Download installed;
-    m_moves.post([this, temporary, target = localPath(model), installed] {
-        std::optional<QString> failure;
-        try {
-            moveFile(temporary, target);
-        } catch (const LocalizedError& error) {
-            failure = error.description();
-            QFile::remove(temporary);
-        }
-        QMetaObject::invokeMethod(
-            this, [failure, installed]() mutable { installed.complete(failure); }, Qt::QueuedConnection);
-    });
-    return installed;
 }
 
 void ModelStore::raiseRevision()

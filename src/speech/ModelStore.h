@@ -67,7 +67,6 @@ private:
     void pocketExamined(bool standIn, bool replaced);
     QCoro::Task<> performDownload(SpeechModel model, Download download);
     QCoro::Task<QString> fetch(SpeechModel model);
-    Download install(const QString& temporary, const SpeechModel& model);
     void raiseRevision();
 
     AppPaths m_paths;
