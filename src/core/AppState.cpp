@@ -21,6 +21,7 @@ AppState::AppState(PlatformServices platform, const AppPaths& paths, const Resou
           resources.file(SpeechModel::catalog().first().fileName))
     , history(paths, platform.clock)
     , agentModels(paths, platform.downloader, [&store = platform.preferences] { return hubBaseURL(store); })
+    , conversations(paths, platform.clock)
     , agentRuntime(
           platform.clock, platform.processLauncher, [resources](const QString& name) { return resources.file(name); })
     , recorder(platform.audioCapture, paths, platform.clock)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/AgentConversationStore.h"
 #include "agent/AgentRuntimeService.h"
 #include "agent/models/AgentModelStore.h"
 #include "core/CompletionSounds.h"
@@ -47,6 +48,7 @@ public:
     ModelStore models;
     HistoryStore history;
     AgentModelStore agentModels;
+    AgentConversationStore conversations;
     AgentRuntimeService agentRuntime;
     AudioRecorder recorder;
     WhisperRunner runner;
