@@ -35,5 +35,17 @@
         <source>Your voice stays on this Mac</source>
         <translation>Your voice stays on this computer</translation>
     </message>
+    <message>
+        <source>Screen Recording access is required for the screenshot shortcut.</source>
+        <translation>This desktop does not let Tallowfern take pictures of the screen, which the screenshot shortcut needs.</translation>
+    </message>
+    <message>
+        <source>The %1 API key could not be updated in Keychain.</source>
+        <translation>The %1 API key could not be updated in the system keyring.</translation>
+    </message>
+    <message>
+        <source>The %1 API key could not be updated in Keychain: %2</source>
+        <translation>The %1 API key could not be updated in the system keyring: %2</translation>
+    </message>
 </context>
 </TS>

@@ -9,6 +9,7 @@
 #include "platform/PreferenceStore.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/Screens.h"
+#include "platform/SecretStore.h"
 #include "platform/SoundPlayer.h"
 #include "platform/SystemAppearance.h"
 #include "platform/Workspace.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/EnumStrings.h"
+#include "foundation/Words.h"
 
 namespace tallowfern {
 
@@ -11,6 +12,21 @@ inline constexpr auto enumStrings(AgentWritingProvider)
     using E = AgentWritingProvider;
     return std::array{EnumString{E::Local, "local"}, EnumString{E::OpenAI, "openAI"}, EnumString{E::Gemini, "gemini"},
         EnumString{E::Mistral, "mistral"}};
+}
+/// The name in all sentences and on all screens.
+inline QString label(AgentWritingProvider provider)
+{
+    switch (provider) {
+    case AgentWritingProvider::Local:
+        return words("Local");
+    case AgentWritingProvider::OpenAI:
+        return QStringLiteral("OpenAI");
+    case AgentWritingProvider::Gemini:
+        return QStringLiteral("Gemini");
+    case AgentWritingProvider::Mistral:
+        return QStringLiteral("Mistral");
+    }
+    return {};
 }
 
 /// How long a cloud model may think. None and Minimal are one to the user, and two to the models.

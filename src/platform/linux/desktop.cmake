@@ -62,3 +62,11 @@ tallow_library(linux_network FOLDER platform/linux/network
     network/CurlTransfer.h
     network/CurlTransfer.cpp
   LINKS Tallow::platform PkgConfig::CURL)
+
+tallow_library(linux_secrets FOLDER platform/linux/secrets
+  SOURCES
+    secrets/SecretServiceCalls.h
+    secrets/SecretServiceCalls.cpp
+    secrets/SecretServiceStore.h
+    secrets/SecretServiceStore.cpp
+  LINKS Tallow::platform PkgConfig::SECRET)
