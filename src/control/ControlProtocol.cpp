@@ -1,5 +1,7 @@
 #include "control/ControlProtocol.h"
 
+#include "control/AskArguments.h"
+
 namespace tallowfern::control {
 
 using namespace Qt::StringLiterals;
@@ -21,6 +23,7 @@ const QList<Verb>& verbs()
         {"cancel", {}, "discard the recording"},
         {"open", {}, "bring Tallowfern to front"},
         {"quit", {}, "end Tallowfern"},
+        {"ask", {}, "have the writing model answer here: \"...\" [--model ID] [--image FILE] [--continue]"},
         {"doctor", {u"--json"_s}, "print what works on this desktop, and how to mend what does not"},
         {"status", {u"--json"_s, u"--follow"_s},
             "print what it is doing; --json for programs, --follow at each change"},
@@ -33,6 +36,11 @@ const QList<Verb>& verbs()
 QString usageProblem(const QStringList& words)
 {
     const QString name = words.value(0);
+    if (name == u"ask"_s) {
+        const auto asked = askArguments(words.sliced(1));
+        const QString* problem = std::get_if<QString>(&asked);
+        return problem ? *problem : QString();
+    }
     for (const Verb& verb : verbs()) {
         if (name != QLatin1StringView(verb.name))
             continue;

@@ -68,8 +68,8 @@ int run(int argc, char** argv)
     }
     if (const QString problem = usageProblem(words); !problem.isEmpty())
         return fail(kUsage, problem + u'\n' + usage());
-    if (words.first() == u"doctor"_s)
-        return becomeApplication(argv); // which knows the desktop
+    if (words.first() == u"doctor"_s || words.first() == u"ask"_s)
+        return becomeApplication(argv); // which knows the desktop and the models
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return fail(kFailed, u"Tallowfern cannot be reached: there is no session bus."_s);

@@ -28,6 +28,7 @@ AppState::AppState(PlatformServices platform, const AppPaths& paths, const Resou
     , runner(platform.processLauncher, resources, processors)
     , hotKeys(platform.hotKeyCenter, platform.clock)
     , preferences(platform.preferences, readyForPreferences(platform))
+    , cloudKeys(platform.secrets, preferences)
     , overlay(platform.clock)
     , errors(overlay, navigation)
     , sounds(platform.soundPlayer, preferences)
@@ -57,6 +58,7 @@ AppState::AppState(PlatformServices platform, const AppPaths& paths, const Resou
     hotKeys.onCancel = [this] { dictation.cancelRecording(); };
 
     AudioRecorder::cleanupTemporaryRecordings(paths);
+    cloudKeys.load();
     shortcuts.refreshHotKeys();
     agentRuntime.start();
 }

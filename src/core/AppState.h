@@ -3,6 +3,7 @@
 #include "agent/AgentConversationStore.h"
 #include "agent/AgentRuntimeService.h"
 #include "agent/models/AgentModelStore.h"
+#include "core/CloudKeys.h"
 #include "core/CompletionSounds.h"
 #include "core/DictationDelivery.h"
 #include "core/DictationSession.h"
@@ -55,6 +56,7 @@ public:
     ModelWarmer warmer;
     HotKeyManager hotKeys;
     Preferences preferences;
+    CloudKeys cloudKeys;
     Navigation navigation;
     OverlayPresenter overlay;
     ErrorRouting errors;

@@ -56,6 +56,8 @@ QCoro::Task<> CloudKeys::load()
         if (isThere && !m_decidedByUser.contains(store.provider))
             setConfigured(store.provider, true);
     }
+    if (!isAPIKeyConfigured(m_preferences.agentSettings().writingProvider))
+        writeLocally();
 }
 
 QCoro::Task<> CloudKeys::saveAPIKey(Secret key, AgentWritingProvider provider)
@@ -82,9 +84,13 @@ QCoro::Task<> CloudKeys::removeAPIKey(AgentWritingProvider provider)
         co_return;
     m_decidedByUser.insert(provider);
     setConfigured(provider, false);
+    if (m_preferences.agentSettings().writingProvider == provider)
+        writeLocally();
+}
+
+void CloudKeys::writeLocally()
+{
     AgentSettings settings = m_preferences.agentSettings();
-    if (settings.writingProvider != provider)
-        co_return;
     settings.writingProvider = AgentWritingProvider::Local;
     m_preferences.setAgentSettings(settings);
 }

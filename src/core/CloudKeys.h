@@ -25,7 +25,8 @@ public:
     bool isAPIKeyConfigured(AgentWritingProvider provider) const;
 
     /// To be called once, at start. Asks the user nothing: a key in a locked keyring is taken for one. Failures are
-    /// swallowed, and leave the provider out.
+    /// swallowed, and leave the provider out. Writes on with the models on this computer, if the provider in force has
+    /// no key any more.
     QCoro::Task<> load();
     /// Throws CloudAPIKeychainError, as the next two do; nothing has changed then. Nothing happens for Local.
     QCoro::Task<> saveAPIKey(Secret key, AgentWritingProvider provider);
@@ -38,6 +39,7 @@ Q_SIGNALS:
     void configuredCloudProvidersChanged();
 
 private:
+    void writeLocally();
     void setConfigured(AgentWritingProvider provider, bool configured);
 
     SecretStore& m_secrets;

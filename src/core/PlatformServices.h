@@ -9,6 +9,7 @@
 #include "platform/Pasteboard.h"
 #include "platform/PreferenceStore.h"
 #include "platform/ProcessLauncher.h"
+#include "platform/SecretStore.h"
 #include "platform/SoundPlayer.h"
 #include "platform/Workspace.h"
 
@@ -27,6 +28,7 @@ struct PlatformServices {
     SoundPlayer& soundPlayer;
     ProcessLauncher& processLauncher;
     HttpDownloader& downloader;
+    SecretStore& secrets;
 };
 
 } // namespace tallowfern

@@ -45,6 +45,7 @@ LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11C
     , m_audioCapture(m_sound)
     , m_soundPlayer(m_sound, resourcesFolder + u"/sounds"_s)
     , m_downloader(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/Tallowfern"_s)
+    , m_secrets(clock)
     , m_screensConnection(std::move(screens))
     , m_screens(*m_screensConnection)
     , m_floatingPanels(*m_screensConnection)
@@ -54,7 +55,7 @@ LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11C
 PlatformServices LinuxDesktop::services()
 {
     return {m_clock, m_preferences, m_x11->pasteboard(), m_x11->workspace(), m_x11->keyPoster(), m_accessibility,
-        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher, m_downloader};
+        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher, m_downloader, m_secrets};
 }
 
 InterfaceServices LinuxDesktop::interfaceServices()

@@ -9,6 +9,7 @@
 #include "platform/linux/process/LinuxProcessLauncher.h"
 #include "platform/linux/screens/X11FloatingPanels.h"
 #include "platform/linux/screens/X11Screens.h"
+#include "platform/linux/secrets/SecretServiceStore.h"
 #include "platform/linux/sound/PulseAudioCapture.h"
 #include "platform/linux/sound/PulseContext.h"
 #include "platform/linux/sound/PulseSoundPlayer.h"
@@ -51,6 +52,7 @@ private:
     PulseSoundPlayer m_soundPlayer;
     LinuxProcessLauncher m_processLauncher;
     CurlDownloader m_downloader;
+    SecretServiceStore m_secrets;
     std::unique_ptr<X11Connection> m_screensConnection;
     X11Screens m_screens;
     X11FloatingPanels m_floatingPanels;

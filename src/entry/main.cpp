@@ -1,3 +1,4 @@
+#include "Ask.h"
 #include "ControlService.h"
 #include "Doctor.h"
 #include "EndSignals.h"
@@ -85,6 +86,13 @@ int runDoctor(bool hasDesktop)
     return QCoreApplication::exec();
 }
 
+/// The platform's own words. `catalogue` lives as long as the application.
+void loadWords(QTranslator& catalogue)
+{
+    if (catalogue.load(u":/translations/tallowfern_linux_en.qm"_s))
+        QCoreApplication::installTranslator(&catalogue);
+}
+
 int run()
 {
     const ControlService::Claim claim = ControlService::claimName();
@@ -118,8 +126,22 @@ int run()
     return QCoreApplication::exec();
 }
 
+/// Needs no desktop.
+int runAsk(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    QTranslator catalogue;
+    loadWords(catalogue);
+    const auto asked = control::askArguments(QCoreApplication::arguments().sliced(2));
+    if (const QString* problem = std::get_if<QString>(&asked))
+        return fail(*problem);
+    return ask(std::get<control::AskArguments>(asked), libexecFolder());
+}
+
 int start(int argc, char** argv)
 {
+    if (argc > 1 && qstrcmp(argv[1], "ask") == 0)
+        return runAsk(argc, argv);
     const bool isDoctor = argc > 1 && qstrcmp(argv[1], "doctor") == 0;
     const QString problem = LinuxDesktop::prepareProcess();
     if (isDoctor && (!problem.isEmpty() || !X11Connection::isReachable())) {
@@ -135,8 +157,7 @@ int start(int argc, char** argv)
     QApplication::setWindowIcon(QIcon(u":/icons/tallowfern.svg"_s));
     QApplication::setQuitOnLastWindowClosed(false);
     QTranslator catalogue;
-    if (catalogue.load(u":/translations/tallowfern_linux_en.qm"_s))
-        QApplication::installTranslator(&catalogue);
+    loadWords(catalogue);
     return isDoctor ? runDoctor(true) : run();
 }
 

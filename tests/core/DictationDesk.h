@@ -6,6 +6,7 @@
 #include "fakes/FakeDownloader.h"
 #include "fakes/FakePreferenceStore.h"
 #include "fakes/FakeProcessLauncher.h"
+#include "fakes/FakeSecretStore.h"
 #include "fakes/FakeSoundPlayer.h"
 
 #include <QDir>
@@ -33,7 +34,7 @@ public:
     void start()
     {
         const PlatformServices services{desk.clock, preferences, desk.clipboard, desk.windows, desk.keys,
-            desk.accessibility, desk.hotKeys, microphone, sounds, engine, downloader};
+            desk.accessibility, desk.hotKeys, microphone, sounds, engine, downloader, secrets};
         app.emplace(services, AppPaths(folder.filePath(QStringLiteral("data"))),
             ResourceLocator(folder.filePath(QStringLiteral("lib"))), 4);
     }
@@ -94,6 +95,7 @@ public:
     FakeSoundPlayer sounds;
     FakeProcessLauncher engine;
     FakeDownloader downloader;
+    FakeSecretStore secrets{desk.clock};
     RunningApplication editor;
     std::optional<AppState> app;
 

@@ -67,6 +67,21 @@ TEST_F(CloudKeysTest, ListsAtStartWhoHasAKeyWithoutAQuestion)
     EXPECT_EQ(m_secrets.questions, 1);
 }
 
+TEST_F(CloudKeysTest, WritesLocallyWhenTheKeyOfTheProviderIsGone)
+{
+    writesWith(Provider::OpenAI);
+    m_secrets.isLocked = true; // tells nothing
+    m_secrets.items = {{kOpenAI, kKey}};
+    load();
+    EXPECT_EQ(m_preferences.agentSettings().writingProvider, Provider::OpenAI);
+    m_secrets.isLocked = false;
+    m_secrets.items.clear();
+    m_keys = std::make_unique<CloudKeys>(m_secrets, m_preferences);
+    load();
+    EXPECT_EQ(m_preferences.agentSettings().writingProvider, Provider::Local);
+    EXPECT_EQ(m_preferences.agentSettings().selectedOpenAIModelID, u"chosen"_s);
+}
+
 TEST_F(CloudKeysTest, LeavesOutAnEarlierKeyThatCannotBeCarriedOver)
 {
     m_secrets.items[kLegacy] = "sk-too-short";
