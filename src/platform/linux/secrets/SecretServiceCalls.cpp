@@ -79,6 +79,13 @@ Refusal failed(GError* error)
     return {{SecretStatus::kInternalComponent, QString::fromUtf8(error->message)}};
 }
 
+/// To be asked after whatever may have been a question to the user: what was given up must not be done later.
+void requireInterest(const std::stop_token& abandoned)
+{
+    if (abandoned.stop_requested())
+        throw Refusal{{SecretStatus::kUserCanceled, {}}};
+}
+
 void arrive(GObject*, GAsyncResult* result, gpointer data)
 {
     const std::unique_ptr<Completion<Result>> asked(static_cast<Completion<Result>*>(data));
@@ -96,20 +103,20 @@ Completion<Result> answerTo(Begin begin)
     return answer;
 }
 
-QCoro::Task<Service> connect(Cancellable cancellable)
+QCoro::Task<Service> connect()
 {
-    const Result bus = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
-        g_bus_get(G_BUS_TYPE_SESSION, cancellable.get(), callback, data);
-    });
+    const Result bus = co_await answerTo(
+        [&](GAsyncReadyCallback callback, gpointer data) { g_bus_get(G_BUS_TYPE_SESSION, nullptr, callback, data); });
     const auto connection = owned(g_bus_get_finish(bus.get(), nullptr));
     if (!connection)
         throw withoutService();
     // By default the end of the session's bus would end the application, in the middle of whatever it saves.
     g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
     const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
-        secret_service_get(SECRET_SERVICE_OPEN_SESSION, cancellable.get(), callback, data);
+        // Not the shared one, which keeps the session of a keyring that has been started again since.
+        secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, nullptr, callback, data);
     });
-    const Service service = owned(secret_service_get_finish(answer.get(), nullptr));
+    const Service service = owned(secret_service_open_finish(answer.get(), nullptr));
     if (!service)
         throw withoutService();
     co_return service;
@@ -117,13 +124,13 @@ QCoro::Task<Service> connect(Cancellable cancellable)
 
 /// At least one item, and all of them unlocked.
 QCoro::Task<std::vector<Item>> find(
-    Service service, SecretQuery query, SecretSearchFlags flags, SecretPrompt prompt, Cancellable cancellable)
+    Service service, SecretQuery query, SecretSearchFlags flags, SecretPrompt prompt, std::stop_token abandoned)
 {
     const int unlock = prompt == SecretPrompt::Allowed ? SECRET_SEARCH_UNLOCK : SECRET_SEARCH_NONE;
     const auto allFlags = static_cast<SecretSearchFlags>(flags | unlock);
     const Attributes wanted = attributes(query);
     const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
-        secret_service_search(service.get(), &schema(), wanted.get(), allFlags, cancellable.get(), callback, data);
+        secret_service_search(service.get(), &schema(), wanted.get(), allFlags, nullptr, callback, data);
     });
     GError* error = nullptr;
     GList* const list = secret_service_search_finish(service.get(), answer.get(), &error);
@@ -139,31 +146,53 @@ QCoro::Task<std::vector<Item>> find(
         if (secret_item_get_locked(item.get()))
             throw locked(prompt);
     }
+    requireInterest(abandoned);
     co_return items;
 }
 
-/// Throws where an item cannot be added without a question to the user.
-QCoro::Task<> requireUnlockedKeyring(Service service, Cancellable cancellable)
+QCoro::Task<> unlock(Service service, std::shared_ptr<SecretCollection> keyring)
+{
+    GList only{keyring.get(), nullptr, nullptr};
+    const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
+        secret_service_unlock(service.get(), &only, nullptr, callback, data);
+    });
+    GError* error = nullptr;
+    const int count = secret_service_unlock_finish(service.get(), answer.get(), nullptr, &error);
+    if (error)
+        throw failed(error);
+    if (count == 0)
+        throw locked(SecretPrompt::Allowed);
+}
+
+/// Readies the keyring that takes new items. Where there is none, adding one makes it, with a question to the user.
+QCoro::Task<> openDefaultKeyring(Service service, SecretPrompt prompt, std::stop_token abandoned)
 {
     const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
         secret_collection_for_alias(
-            service.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, cancellable.get(), callback, data);
+            service.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, callback, data);
     });
-    const auto keyring = owned(secret_collection_for_alias_finish(answer.get(), nullptr));
-    if (!keyring || secret_collection_get_locked(keyring.get()))
-        throw locked(SecretPrompt::Never);
+    GError* error = nullptr;
+    const auto keyring = owned(secret_collection_for_alias_finish(answer.get(), &error));
+    if (error)
+        throw failed(error);
+    const bool isOpen = keyring && !secret_collection_get_locked(keyring.get());
+    if (!isOpen && prompt == SecretPrompt::Never)
+        throw locked(prompt);
+    if (!isOpen && keyring)
+        co_await unlock(service, keyring);
+    requireInterest(abandoned);
 }
 
 } // namespace
 
-QCoro::Task<SecretReading> updateItem(SecretQuery query, Secret secret, SecretPrompt prompt, Cancellable cancellable)
+QCoro::Task<SecretReading> updateItem(SecretQuery query, Secret secret, SecretPrompt prompt, std::stop_token abandoned)
 {
     try {
-        const Service service = co_await connect(cancellable);
-        const std::vector<Item> items = co_await find(service, query, SECRET_SEARCH_NONE, prompt, cancellable);
+        const Service service = co_await connect();
+        const std::vector<Item> items = co_await find(service, query, SECRET_SEARCH_NONE, prompt, abandoned);
         const auto bytes = value(secret);
         const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
-            secret_item_set_secret(items.front().get(), bytes.get(), cancellable.get(), callback, data);
+            secret_item_set_secret(items.front().get(), bytes.get(), nullptr, callback, data);
         });
         GError* error = nullptr;
         if (!secret_item_set_secret_finish(items.front().get(), answer.get(), &error))
@@ -174,18 +203,17 @@ QCoro::Task<SecretReading> updateItem(SecretQuery query, Secret secret, SecretPr
     co_return SecretReading();
 }
 
-QCoro::Task<SecretReading> addItem(SecretQuery query, Secret secret, SecretPrompt prompt, Cancellable cancellable)
+QCoro::Task<SecretReading> addItem(SecretQuery query, Secret secret, SecretPrompt prompt, std::stop_token abandoned)
 {
     try {
-        const Service service = co_await connect(cancellable);
-        if (prompt == SecretPrompt::Never)
-            co_await requireUnlockedKeyring(service, cancellable);
+        const Service service = co_await connect();
+        co_await openDefaultKeyring(service, prompt, abandoned);
         const auto bytes = value(secret);
         const Attributes wanted = attributes(query);
         const QByteArray label = "Tallowfern: " + query.account.toUtf8();
         const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
             secret_service_store(service.get(), &schema(), wanted.get(), SECRET_COLLECTION_DEFAULT, label.constData(),
-                bytes.get(), cancellable.get(), callback, data);
+                bytes.get(), nullptr, callback, data);
         });
         GError* error = nullptr;
         if (!secret_service_store_finish(service.get(), answer.get(), &error))
@@ -196,11 +224,11 @@ QCoro::Task<SecretReading> addItem(SecretQuery query, Secret secret, SecretPromp
     co_return SecretReading();
 }
 
-QCoro::Task<SecretReading> readItem(SecretQuery query, SecretPrompt prompt, Cancellable cancellable)
+QCoro::Task<SecretReading> readItem(SecretQuery query, SecretPrompt prompt, std::stop_token abandoned)
 {
     try {
-        const Service service = co_await connect(cancellable);
-        const std::vector<Item> items = co_await find(service, query, SECRET_SEARCH_LOAD_SECRETS, prompt, cancellable);
+        const Service service = co_await connect();
+        const std::vector<Item> items = co_await find(service, query, SECRET_SEARCH_LOAD_SECRETS, prompt, abandoned);
         const std::unique_ptr<SecretValue, void (*)(gpointer)> held(
             secret_item_get_secret(items.front().get()), secret_value_unref);
         if (!held)
@@ -213,15 +241,15 @@ QCoro::Task<SecretReading> readItem(SecretQuery query, SecretPrompt prompt, Canc
     }
 }
 
-QCoro::Task<SecretReading> deleteItems(SecretQuery query, Cancellable cancellable)
+QCoro::Task<SecretReading> deleteItems(SecretQuery query, std::stop_token abandoned)
 {
     try {
-        const Service service = co_await connect(cancellable);
+        const Service service = co_await connect();
         const std::vector<Item> items
-            = co_await find(service, query, SECRET_SEARCH_ALL, SecretPrompt::Allowed, cancellable);
+            = co_await find(service, query, SECRET_SEARCH_ALL, SecretPrompt::Allowed, abandoned);
         for (const Item& item : items) {
             const Result answer = co_await answerTo([&](GAsyncReadyCallback callback, gpointer data) {
-                secret_item_delete(item.get(), cancellable.get(), callback, data);
+                secret_item_delete(item.get(), nullptr, callback, data);
             });
             GError* error = nullptr;
             if (!secret_item_delete_finish(item.get(), answer.get(), &error))

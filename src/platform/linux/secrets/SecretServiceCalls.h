@@ -2,19 +2,16 @@
 
 #include "platform/SecretStore.h"
 
-#include <gio/gio.h>
-
-#include <memory>
+#include <stop_token>
 
 namespace tallowfern {
 
-using Cancellable = std::shared_ptr<GCancellable>;
-
-/// The operations on the keyring, which end when it answers, be it never: the caller keeps the time. Cancelling takes
-/// back a question to the user. They stand on nothing but their parameters.
-QCoro::Task<SecretReading> updateItem(SecretQuery query, Secret secret, SecretPrompt prompt, Cancellable cancellable);
-QCoro::Task<SecretReading> addItem(SecretQuery query, Secret secret, SecretPrompt prompt, Cancellable cancellable);
-QCoro::Task<SecretReading> readItem(SecretQuery query, SecretPrompt prompt, Cancellable cancellable);
-QCoro::Task<SecretReading> deleteItems(SecretQuery query, Cancellable cancellable);
+/// The operations on the keyring, which end when it answers, be it never: the caller keeps the time, and stops the
+/// token when it waits no more. Then nothing is done any more, but a question to the user stays: GNOME Keyring 42 dies
+/// when one is taken back. They stand on nothing but their parameters.
+QCoro::Task<SecretReading> updateItem(SecretQuery query, Secret secret, SecretPrompt prompt, std::stop_token abandoned);
+QCoro::Task<SecretReading> addItem(SecretQuery query, Secret secret, SecretPrompt prompt, std::stop_token abandoned);
+QCoro::Task<SecretReading> readItem(SecretQuery query, SecretPrompt prompt, std::stop_token abandoned);
+QCoro::Task<SecretReading> deleteItems(SecretQuery query, std::stop_token abandoned);
 
 } // namespace tallowfern

@@ -22,26 +22,25 @@ QCoro::Task<> report(QCoro::Task<SecretReading> operation, Outcome outcome)
     outcome.complete(reading);
 }
 
-QCoro::Task<> expire(Clock& clock, Cancellable cancellable, Outcome outcome, std::stop_token settled)
+QCoro::Task<> expire(Clock& clock, std::stop_source abandon, Outcome outcome, std::stop_token settled)
 {
     co_await clock.sleep(kDeadlineSeconds, settled);
     if (outcome.isComplete())
         co_return;
-    // The answer is given here: a keyring that hangs does not answer the cancelling either.
-    g_cancellable_cancel(cancellable.get());
+    abandon.request_stop();
     outcome.complete({{SecretStatus::kNotAvailable, words("The keyring did not answer in time.")}, {}});
 }
 
-/// Runs `begin(cancellable)`, until the deadline or the end of the store.
+/// Runs `begin(abandoned)`, until the deadline or the end of the store.
 QCoro::Task<SecretReading> bounded(
-    Clock& clock, std::stop_token ended, std::function<QCoro::Task<SecretReading>(Cancellable)> begin)
+    Clock& clock, std::stop_token ended, std::function<QCoro::Task<SecretReading>(std::stop_token)> begin)
 {
-    const Cancellable cancellable(g_cancellable_new(), g_object_unref);
+    std::stop_source abandon;
     Outcome outcome;
     std::stop_source settled;
     const std::stop_callback onEnd(ended, [settled]() mutable { settled.request_stop(); });
-    expire(clock, cancellable, outcome, settled.get_token());
-    report(begin(cancellable), outcome);
+    expire(clock, abandon, outcome, settled.get_token());
+    report(begin(abandon.get_token()), outcome);
     const SecretReading reading = co_await outcome;
     settled.request_stop();
     co_return reading;
@@ -65,25 +64,25 @@ SecretServiceStore::SecretServiceStore(Clock& clock)
 QCoro::Task<SecretStatus> SecretServiceStore::update(SecretQuery query, Secret secret, SecretPrompt prompt)
 {
     return statusOf(bounded(m_clock, m_lifetime.token(),
-        [=](const Cancellable& cancellable) { return updateItem(query, secret, prompt, cancellable); }));
+        [=](const std::stop_token& abandoned) { return updateItem(query, secret, prompt, abandoned); }));
 }
 
 QCoro::Task<SecretStatus> SecretServiceStore::add(SecretQuery query, Secret secret, SecretPrompt prompt)
 {
     return statusOf(bounded(m_clock, m_lifetime.token(),
-        [=](const Cancellable& cancellable) { return addItem(query, secret, prompt, cancellable); }));
+        [=](const std::stop_token& abandoned) { return addItem(query, secret, prompt, abandoned); }));
 }
 
 QCoro::Task<SecretReading> SecretServiceStore::copyMatching(SecretQuery query, SecretPrompt prompt)
 {
     return bounded(m_clock, m_lifetime.token(),
-        [=](const Cancellable& cancellable) { return readItem(query, prompt, cancellable); });
+        [=](const std::stop_token& abandoned) { return readItem(query, prompt, abandoned); });
 }
 
 QCoro::Task<SecretStatus> SecretServiceStore::remove(SecretQuery query)
 {
     return statusOf(bounded(
-        m_clock, m_lifetime.token(), [=](const Cancellable& cancellable) { return deleteItems(query, cancellable); }));
+        m_clock, m_lifetime.token(), [=](const std::stop_token& abandoned) { return deleteItems(query, abandoned); }));
 }
 
 } // namespace tallowfern
