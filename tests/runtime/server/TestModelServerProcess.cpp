@@ -75,6 +75,8 @@ protected:
         files.program = isBuilt() ? builtServer() : QStringLiteral(STAND_IN);
         if (!QFile::exists(files.program))
             GTEST_SKIP() << "llama-server is not there; scripts/engines --writing builds it";
+        if (isBuilt() && QProcess::execute(u"/usr/bin/python3"_s, {u"-c"_s, u"import numpy, yaml"_s}) != 0)
+            GTEST_SKIP() << "the tiny model needs python3-numpy and python3-yaml";
         files.modelPath = model(u"m.gguf"_s, R"({"text":"Hello there."})");
         std::printf("with %s\n", qUtf8Printable(files.program));
     }
