@@ -20,6 +20,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace tallowfern {
@@ -79,6 +80,15 @@ protected:
             GTEST_SKIP() << "the tiny model needs python3-numpy and python3-yaml";
         files.modelPath = model(u"m.gguf"_s, R"({"text":"Hello there."})");
         std::printf("with %s\n", qUtf8Printable(files.program));
+    }
+    /// No test leaves a process behind, not even a dead one.
+    void TearDown() override
+    {
+        await(server.stop());
+        EXPECT_TRUE(becomesTrue([&] { return processesWith(folder.path()).isEmpty(); }, 5000));
+        siginfo_t child{};
+        EXPECT_TRUE(becomesTrue([&] { return ::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) != 0; }, 5000));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     bool isBuilt() const { return GetParam() == Engine::Built; }
     QString path(const QString& name) const { return folder.filePath(name); }

@@ -1,1 +1,0 @@
-#include "runtime/providers/AnswerRequest.h"
