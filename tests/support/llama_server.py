@@ -114,6 +114,7 @@ class Refusal(Exception):
 
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
+    disable_nagle_algorithm = True
     arguments = key = model = None
 
     def log_message(self, *_):
