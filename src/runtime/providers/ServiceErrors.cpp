@@ -55,8 +55,8 @@ Complaint complaintOf(const ServiceReply& reply)
 {
     QJsonDocument document = QJsonDocument::fromJson(reply.body);
     QJsonObject object = document.isArray() ? document.array().at(0).toObject() : document.object();
-    if (object[u"error"_s].isObject())
-        object = object[u"error"_s].toObject();
+    if (object.value(u"error"_s).isObject())
+        object = object.value(u"error"_s).toObject();
     Complaint found = complaintOf(object);
     if (found.message.isEmpty() && object.isEmpty())
         found.message = QString::fromUtf8(reply.body.left(4 * kLongestQuote)).simplified();
