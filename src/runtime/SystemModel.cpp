@@ -71,6 +71,8 @@ QCoro::Task<SystemModel::Choice> SystemModel::choose(
     bridge->onOutput = nullptr;
     bridge->onExit = nullptr;
 
+    if (stop.stop_requested())
+        failSilentBridge();
     Reply reply;
     try {
         reply = json::decode<Reply>(answer);

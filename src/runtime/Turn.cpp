@@ -152,19 +152,23 @@ QCoro::Task<QString> Turn::speak(AnswerRequest service, std::stop_token stop)
         service.prompt = promptFor(m_request, kept);
         loadPictures(service.prompt, service.localServer.isEmpty() ? kCloudPictureSide : kLocalPictureSide);
         std::exception_ptr failure;
+        auto cause = AnswerFailure::Cause::Other;
         try {
             QString text = co_await m_tools.answer(service, listener, stop);
             co_return text;
         } catch (const AnswerFailure& error) {
             failure = std::current_exception();
-            const bool mayCut = error.cause() == AnswerFailure::Cause::TooLong && !m_hasSpoken
+            cause = error.cause();
+            const bool mayCut = cause == AnswerFailure::Cause::TooLong && !m_hasSpoken
                 && attempt < kFurtherAttempts && !kept.isEmpty();
             if (mayCut) {
                 kept = kept.sliced((kept.size() + 1) / 2);
                 continue;
             }
         }
-        if (!service.localServer.isEmpty() && !stop.stop_requested()) {
+        const bool mayHaveDied = !service.localServer.isEmpty()
+            && (cause == AnswerFailure::Cause::Unreachable || cause == AnswerFailure::Cause::CutOff);
+        if (mayHaveDied && !stop.stop_requested()) {
             const std::optional<QString> died = co_await m_tools.whyServerEnded();
             if (died)
                 throw SystemError(*died);
