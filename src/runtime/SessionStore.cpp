@@ -194,7 +194,7 @@ SessionStore::Database SessionStore::open(const QString& path)
     if (version > kSchemaVersion)
         throw DatabaseError(SQLITE_SCHEMA, words("a newer version of Tallowfern wrote its file"));
     // NORMAL loses nothing when a process is killed, and at worst the last turn when the power fails.
-    execute(opened, "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;");
+    execute(opened, "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA cache_size = -256;");
     if (version < kSchemaVersion)
         execute(opened, kSchema);
     return database;

@@ -36,7 +36,9 @@ class Rounds:
             "TALLOWFERN_LLAMA_SERVER_PATH": str(server)}
         model = self.data / "AgentModels/test"
         model.mkdir(parents=True)
-        name = model_file(model, server)
+        name = model_file(model, server, text=" ".join(["on and"] * 20), delta_seconds=0.03, load_seconds=0.1)
+        # The real server says its sentence in an instant.
+        self.longest = 1.4 if server == STAND_IN else 0.25
         (self.data / "Agent").mkdir()
         artifact = {"fileName": name, "url": "https://localhost/m", "byteSize": 1, "sha256": "0", "role": "model"}
         (self.data / "Agent/custom-models.json").write_text(json.dumps([local_model(artifacts=[artifact])]))
@@ -58,7 +60,7 @@ class Rounds:
         return found
 
     def kill_one(self, application):
-        time.sleep(self.chance.uniform(0, 1.0))
+        time.sleep(self.chance.uniform(0, self.longest))
         runtimes, _ = children(application.pid)
         servers = [each for runtime in runtimes for each in children(runtime)[0]]
         victims = {"application": [application.pid], "runtime": runtimes, "server": servers}

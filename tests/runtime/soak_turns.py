@@ -19,6 +19,7 @@ from model_server import STAND_IN, model_file
 
 MOST_GROWTH = 0.05
 TURNS_OF_A_CONVERSATION = 8
+MOST_WORDS = 15  # the tiny model of the real server counts a token for each letter
 
 
 def main():
@@ -37,7 +38,7 @@ def main():
         for number in range(1, options.count + 1):
             if chance.random() < 1 / TURNS_OF_A_CONVERSATION:
                 conversation = new_id()
-            words = " ".join(chance.choices(["shorter", "longer", "kinder", "ü"], k=chance.randrange(1, 200)))
+            words = " ".join(chance.choices(["shorter", "longer", "kinder", "ü"], k=chance.randrange(1, MOST_WORDS)))
             kind, text = agent.answer(request(
                 local_model(), words, modelPath=str(model), llamaServerPath=str(options.server),
                 sessionPath=str(sessions), conversationID=conversation))
