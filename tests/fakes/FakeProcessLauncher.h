@@ -63,7 +63,7 @@ public:
     QByteArray input(std::size_t number) const { return m_stages.at(number)->input; }
     bool inputIsClosed() const { return !m_stages.empty() && m_stages.back()->inputClosed; }
     bool wasAskedToEnd() const { return !m_stages.empty() && m_stages.back()->asked; }
-    /// Children that read nothing: a write waits for ever, or fails.
+    /// Children that read nothing: a write waits until they are gone, or fails.
     enum class Reading { Reads, Waits, Refuses };
     Reading reading = Reading::Reads;
 
@@ -87,7 +87,11 @@ private:
         {
             m_stage->child = this;
         }
-        ~Child() override { m_stage->child = nullptr; }
+        ~Child() override
+        {
+            m_stage->child = nullptr;
+            m_gone.complete(true);
+        }
         qint64 processIdentifier() const override { return 0; }
         QCoro::Task<> write(QByteArray bytes) override
         {
@@ -95,8 +99,9 @@ private:
                 throw SystemError(QStringLiteral("Broken pipe"));
             m_stage->input += bytes;
             if (m_reading == Reading::Waits) {
-                Completion<bool> never;
-                co_await never;
+                Completion<bool> gone = m_gone;
+                co_await gone;
+                throw SystemError(QStringLiteral("Broken pipe"));
             }
         }
         void closeInput() override { m_stage->inputClosed = true; }
@@ -105,6 +110,7 @@ private:
     private:
         std::shared_ptr<Stage> m_stage;
         Reading m_reading;
+        Completion<bool> m_gone;
     };
 
     Child* running(std::size_t number) const { return number < m_stages.size() ? m_stages[number]->child : nullptr; }

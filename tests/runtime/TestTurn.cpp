@@ -27,6 +27,7 @@ public:
         request.model.emplace();
         request.model->name = u"Qwen Writer"_s;
     }
+    ~Bench() { stop.request_stop(); }
     void useCloud()
     {
         request.model->provider = AgentModelProvider::OpenAI;
