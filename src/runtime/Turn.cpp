@@ -159,8 +159,8 @@ QCoro::Task<QString> Turn::speak(AnswerRequest service, std::stop_token stop)
         } catch (const AnswerFailure& error) {
             failure = std::current_exception();
             cause = error.cause();
-            const bool mayCut = cause == AnswerFailure::Cause::TooLong && !m_hasSpoken
-                && attempt < kFurtherAttempts && !kept.isEmpty();
+            const bool mayCut = cause == AnswerFailure::Cause::TooLong && !m_hasSpoken && attempt < kFurtherAttempts
+                && !kept.isEmpty();
             if (mayCut) {
                 kept = kept.sliced((kept.size() + 1) / 2);
                 continue;

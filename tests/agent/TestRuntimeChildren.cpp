@@ -1,5 +1,5 @@
-#include "agent/protocol/AgentRuntimeError.h"
 #include "agent/AgentRuntimeService.h"
+#include "agent/protocol/AgentRuntimeError.h"
 #include "foundation/SystemClock.h"
 #include "platform/linux/process/LinuxProcessLauncher.h"
 #include "support/Await.h"
