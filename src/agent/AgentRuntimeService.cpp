@@ -118,7 +118,7 @@ Completion<std::exception_ptr> AgentRuntimeService::launching()
 {
     if (m_launching)
         return *m_launching;
-    const Completion<std::exception_ptr> launched;
+    Completion<std::exception_ptr> launched;
     m_launching = launched;
     launch(launched);
     return launched;

@@ -114,8 +114,9 @@ Effort reasoningEffort(const AgentSettings& settings, Provider provider)
 
 void setReasoningEffort(AgentSettings& settings, Provider provider, Effort effort)
 {
-    if (reasoningEfforts(provider).contains(effort))
-        settings.*effortField(provider) = effort;
+    const auto field = effortField(provider);
+    if (field && reasoningEfforts(provider).contains(effort))
+        settings.*field = effort;
 }
 
 } // namespace tallowfern
