@@ -1,6 +1,7 @@
 #include "foundation/SystemClock.h"
 #include "platform/linux/process/LinuxProcessLauncher.h"
 #include "runtime/AgentRuntime.h"
+#include "runtime/RuntimeCheck.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -22,6 +23,14 @@ QString serverProgram()
     return named.isEmpty() ? QCoreApplication::applicationDirPath() + u"/llama-server"_s : named;
 }
 
+QCoro::Task<> check(RuntimeCheck& runtimeCheck, Clock& clock)
+{
+    co_await clock.sleep(0); // what ends before the event loop runs cannot end it
+    const QString bridge = QCoreApplication::applicationDirPath() + u"/TallowfernAppleBridge"_s;
+    const bool works = co_await runtimeCheck.run(serverProgram(), bridge);
+    QCoreApplication::exit(works ? 0 : 1);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -32,6 +41,11 @@ int main(int argc, char** argv)
     SystemClock clock;
     LinuxProcessLauncher launcher;
     const QStringList arguments = QCoreApplication::arguments().sliced(1);
+    if (arguments == QStringList{u"--check"_s}) {
+        RuntimeCheck runtimeCheck(clock, launcher, stdout);
+        check(runtimeCheck, clock);
+        return QCoreApplication::exec();
+    }
     if (!arguments.isEmpty()) {
         std::fprintf(stderr, "usage: tallowfern-agent [--check]\nWithout an argument, requests are read as lines.\n");
         return 2;

@@ -10,7 +10,6 @@
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
 using testing_support::Outcome;
 using Kind = AgentProtocolEventKind;
 using Answer = std::optional<QString>;

@@ -14,7 +14,6 @@
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
-using testing_support::Outcome;
 
 namespace {
 
@@ -24,7 +23,7 @@ protected:
     AgentRuntimeService& serviceWith(const QString& mode)
     {
         // The runtime gets no arguments, so a script of the mode's own stands for it.
-        const QString script = m_folder.filePath(mode);
+        QString script = m_folder.filePath(mode);
         QFile file(script);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("#!/bin/sh\necho $$ > " + script.toUtf8() + ".pid\nexec /usr/bin/python3 " RUNTIME_CHILD " "

@@ -11,7 +11,7 @@ import time
 import unittest
 import zlib
 
-from agent import BUILD, Agent, children, cloud_model, local_model, new_id, request
+from agent import AGENT, BUILD, Agent, children, cloud_model, local_model, new_id, request
 from model_server import BUILT, STAND_IN, model_file
 from services import ANSWERS, Reply, Service, events
 
@@ -123,6 +123,27 @@ class Cloud(AgentTest):
         self.assertEqual(service.requests, [])
         self.environment["TALLOWFERN_MISTRAL_BASE_URL"] = "https://127.0.0.1:1"
         self.assertEqual(self.ask(self.start(), "mistral"), ("error", "Mistral could not be reached."))
+
+    def test_checks_each_way_and_sends_no_key(self):
+        service = self.service(Reply(b"{}", 401))
+        self.environment["TALLOWFERN_MISTRAL_BASE_URL"] = "http://127.0.0.1:1"
+        checks = [({"TALLOWFERN_LLAMA_SERVER_PATH": str(STAND_IN)}, 0,
+                   [f"llama-server: {STAND_IN} (version: ", "TallowfernAppleBridge: /", "OpenAI: 127.0.0.1:",
+                    "Gemini: 127.0.0.1:", "Mistral: The address of Mistral has to begin with https://."]),
+                  ({"TALLOWFERN_LLAMA_SERVER_PATH": "/nowhere", "TALLOWFERN_CA_FILE": ""}, 1,
+                   ["llama-server: /nowhere: ", "TallowfernAppleBridge: /",
+                    f"OpenAI: {service.address[8:]} has a certificate that is not trusted here.",
+                    f"Gemini: {service.address[8:]} has a certificate", "Mistral: "])]
+        for more, status, beginnings in checks:
+            checked = subprocess.run([AGENT, "--check"], env={**os.environ, **self.environment, **more}, text=True,
+                                     capture_output=True, timeout=60)
+            lines = checked.stdout.splitlines()
+            for line, beginning in zip(lines, beginnings, strict=True):
+                self.assertEqual(line[:len(beginning)], beginning)
+            self.assertEqual((checked.returncode, checked.stderr), (status, ""))
+        for _, headers, body in service.requests:
+            self.assertEqual(body, {})
+            self.assertFalse({"Authorization", "authorization", "x-goog-api-key", "X-Goog-Api-Key"} & set(headers))
 
     def test_tries_again_where_that_helps(self):
         good = ANSWERS["mistral"]("fine")

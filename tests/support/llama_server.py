@@ -52,6 +52,7 @@ class Arguments(argparse.ArgumentParser):
 
 def read_arguments():
     parser = Arguments(add_help=False, allow_abbrev=False)
+    parser.add_argument("--version", action="store_true")
     parser.add_argument("-m", type=pathlib.Path)
     parser.add_argument("--mmproj", type=pathlib.Path)
     parser.add_argument("--host", default="127.0.0.1")
@@ -238,6 +239,9 @@ class Server(http.server.ThreadingHTTPServer):
 def main():
     signal.signal(signal.SIGTERM, lambda *_: os._exit(0))
     arguments = read_arguments()
+    if arguments.version:
+        print("version: 0.5.0 (stand-in)", file=sys.stderr)
+        return
     Handler.arguments = arguments
     Handler.key = arguments.api_key_file.read_text().strip() if arguments.api_key_file else None
     try:
