@@ -164,7 +164,7 @@ QString PrivateSession::addMicrophone() const
         u"module-remap-source"_s, u"source_name=vmic"_s, u"master=vmic_in.monitor"_s, u"channel_map=mono"_s};
     if (!output(u"pactl"_s, {u"list"_s, u"short"_s, u"sinks"_s}).contains(u"vmic_in"_s))
         loadModule({u"module-null-sink"_s, u"sink_name=vmic_in"_s, u"rate=48000"_s, u"channel_map=mono"_s});
-    const QString module = loadModule(microphone);
+    QString module = loadModule(microphone);
     makeDefault(u"source"_s, u"vmic"_s);
     return module;
 }

@@ -24,6 +24,13 @@ const Secret kKey("sk-first-89012345678901");
 
 /// One session for all: a process keeps its first session bus.
 class Keyring : public testing::Test {
+public:
+    ~Keyring() override
+    {
+        s_session->kill(m_daemon);
+        QDir(QDir::homePath() + u"/.local/share/keyrings"_s).removeRecursively();
+    }
+
 protected:
     static void SetUpTestSuite()
     {
@@ -38,11 +45,6 @@ protected:
     static void TearDownTestSuite() { s_session.reset(); }
 
     Keyring() { startKeyring(); }
-    ~Keyring() override
-    {
-        s_session->kill(m_daemon);
-        QDir(QDir::homePath() + u"/.local/share/keyrings"_s).removeRecursively();
-    }
 
     void startKeyring()
     {
