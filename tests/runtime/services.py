@@ -34,11 +34,13 @@ ANSWERS = {
 
 
 class Reply:
-    """Sent in pieces of `piece` bytes with pauses between them; `cut` closes the connection without the end."""
+    """Sent in pieces of `piece` bytes with pauses between them; `cut` closes the connection without the end.
+    What follows the first piece waits for the event `until`."""
 
-    def __init__(self, body=b"", status=200, headers=None, piece=None, pause=0, cut=False, stall=0):
+    def __init__(self, body=b"", status=200, headers=None, piece=None, pause=0, cut=False, stall=0, until=None):
         self.body, self.status, self.headers = body, status, headers or {}
         self.piece, self.pause, self.cut, self.stall = piece or max(1, len(body)), pause, cut, stall
+        self.until = until
 
 
 class Service(http.server.ThreadingHTTPServer):
@@ -81,6 +83,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.send_header("Transfer-Encoding", "chunked")
         self.end_headers()
         for at in range(0, len(reply.body), reply.piece):
+            if at and reply.until:
+                reply.until.wait()
             data = reply.body[at:at + reply.piece]
             self.wfile.write(f"{len(data):x}\r\n".encode() + data + b"\r\n")
             self.wfile.flush()

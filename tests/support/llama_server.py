@@ -15,6 +15,8 @@ The "model" is a file that begins with GGUF and goes on with a JSON object that 
     no_system_role  its template refuses system messages
     kind            "clip": a projector
     truncated       a file that was cut off
+    requests        a file to which each request is written, a line each
+    allowed         a file without which the last word is not said
 """
 import argparse
 import http.server
@@ -168,6 +170,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
             request = json.loads(body)
         except ValueError:
             raise Refusal(500, "server_error", "parse error at line 1, column 2") from None
+        if "requests" in self.model:
+            with open(self.model["requests"], "a") as seen:
+                seen.write(json.dumps(request) + "\n")
         self.examine(request)
         with SLOT:  # one slot: the others wait, without an error and without a header
             self.speak(request)
@@ -198,7 +203,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             for word in self.model.get("thinking", "").split():
                 yield {"reasoning_content": word + " "}
         text = self.model.get("raw") or self.model.get("text", "A stand-in wrote this.")
-        for number, word in enumerate(text.split(" ")):
+        words = text.split(" ")
+        for number, word in enumerate(words):
+            while number == len(words) - 1 and not os.path.exists(self.model.get("allowed", "/")):
+                time.sleep(0.02)
             if number == self.model.get("dies_after"):
                 os.kill(os.getpid(), signal.SIGKILL)
             yield {"content": " " * bool(number) + word}
