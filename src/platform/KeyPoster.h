@@ -19,6 +19,9 @@ public:
     /// another program wrote. True says that the chord was posted, not that the application took it. The work goes on
     /// when the caller is gone.
     virtual QCoro::Task<bool> paste(RunningApplication target) = 0;
+    /// Posts the chord that copies the selection of `target`, under the same conditions but those of the clipboard.
+    /// False, with nothing posted, also where `target` is of a kind that has no such chord.
+    virtual QCoro::Task<bool> copy(RunningApplication target) = 0;
 };
 
 } // namespace tallowfern

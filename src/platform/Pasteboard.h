@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Workspace.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QMap>
@@ -7,6 +9,8 @@
 #include <QString>
 
 #include <QCoroTask>
+
+#include <optional>
 
 namespace tallowfern {
 
@@ -35,6 +39,12 @@ public:
     virtual QCoro::Task<qint64> settledChangeCount() = 0;
     /// Reads all items. Ends after one second at most: an owner that hangs costs the types it did not give.
     virtual QCoro::Task<PasteboardReading> readAll() = 0;
+    /// The plain text of the content if a process of `owner` put it there. Nothing when somebody else did, when there
+    /// is no text, and when it is not given within one second.
+    virtual QCoro::Task<std::optional<QString>> readText(RunningApplication owner) = 0;
+    /// What is selected in `application` where selecting alone already copies (PRIMARY of X11). Nothing when that
+    /// selection is another process's, and on desktops without one.
+    virtual QCoro::Task<std::optional<QString>> readSelectedText(RunningApplication application) = 0;
     /// Replaces everything by these items in one change; with no items the clipboard is empty.
     virtual void replaceItems(const QList<PasteboardItem>& items) = 0;
     /// Replaces everything by one plain text in one change.

@@ -15,8 +15,10 @@ public:
     }
 
     std::optional<AccessibleElement> focused;
-    std::optional<TextRange> selection;
+    std::optional<TextRange> selectedRange; ///< of the element with the focus
+    std::optional<QString> text; ///< of the element with the focus
     bool applicationHangs = false;
+    bool refusesSelection = false;
 
     std::optional<AccessibleElement> focusedElement() const override
     {
@@ -24,11 +26,34 @@ public:
         const bool ownsActiveWindow = front && focused && front->processIdentifier == focused->processIdentifier;
         return ownsActiveWindow ? focused : std::nullopt;
     }
-    QCoro::Task<std::optional<TextRange>> selectedTextRange(AccessibleElement element) override
+    QCoro::Task<std::optional<AccessibleElement>> findFocusedElement() override
     {
-        const auto answer = !applicationHangs && focused == element ? selection : std::nullopt;
+        const auto found = focusedElement();
+        co_await m_clock.sleep(0);
+        co_return found;
+    }
+    QCoro::Task<std::optional<ElementSelection>> selection(AccessibleElement element) override
+    {
+        std::optional<ElementSelection> answer;
+        if (!applicationHangs && focused == element && selectedRange)
+            answer = {*selectedRange, text.value_or(QString()).mid(selectedRange->location, selectedRange->length)};
         co_await m_clock.sleep(applicationHangs ? 0.2 : 0);
         co_return answer;
+    }
+    QCoro::Task<std::optional<QString>> value(AccessibleElement element) override
+    {
+        const auto answer = !applicationHangs && focused == element ? text : std::nullopt;
+        co_await m_clock.sleep(applicationHangs ? 0.2 : 0);
+        co_return answer;
+    }
+    QCoro::Task<bool> select(AccessibleElement element, TextRange range, QString expected) override
+    {
+        const bool done = !applicationHangs && !refusesSelection && focused == element && text
+            && text->mid(range.location, range.length) == expected;
+        if (done)
+            selectedRange = range;
+        co_await m_clock.sleep(applicationHangs ? 0.8 : 0);
+        co_return done;
     }
 
 private:

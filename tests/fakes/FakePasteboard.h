@@ -33,8 +33,15 @@ public:
         m_items = items;
         m_hanging = hanging;
         m_ours = false;
+        m_ownerProcess = 0;
         countLater();
     }
+    void applicationCopies(const RunningApplication& application, const QString& text)
+    {
+        userCopies(text);
+        m_ownerProcess = application.processIdentifier;
+    }
+    QMap<qint64, QString> selected; ///< by process, where selecting is copying
     static PasteboardItem textItem(const QString& text) { return {{QStringLiteral("text/plain"), text.toUtf8()}}; }
 
     const QList<PasteboardItem>& items() const { return m_items; }
@@ -74,11 +81,24 @@ public:
         co_await m_clock.sleep(seconds);
         co_return reading;
     }
+    QCoro::Task<std::optional<QString>> readText(RunningApplication owner) override
+    {
+        const bool isTheirs = m_ownerProcess == owner.processIdentifier;
+        const QString found = text();
+        co_await m_clock.sleep(readSeconds);
+        co_return isTheirs ? std::optional(found) : std::nullopt;
+    }
+    QCoro::Task<std::optional<QString>> readSelectedText(RunningApplication application) override
+    {
+        const auto found = selected.constFind(application.processIdentifier);
+        co_return found == selected.cend() ? std::nullopt : std::optional(*found);
+    }
     void replaceItems(const QList<PasteboardItem>& items) override
     {
         m_items = items;
         m_hanging.clear();
         m_ours = true;
+        m_ownerProcess = 0;
         ++ownWrites;
         ++m_count;
         Q_EMIT changed();
@@ -101,6 +121,7 @@ private:
     QSet<QString> m_hanging;
     qint64 m_count = 7;
     bool m_ours = false;
+    qint64 m_ownerProcess = 0; ///< 0: not told
     Lifetime m_lifetime;
 };
 

@@ -43,10 +43,13 @@ tallow_library(linux_accessibility FOLDER platform/linux/accessibility
     accessibility/AtspiFocus.cpp
     accessibility/AtspiSearch.h
     accessibility/AtspiSearch.cpp
+    accessibility/AtspiSelect.h
+    accessibility/AtspiSelect.cpp
     accessibility/AtspiText.h
     accessibility/AtspiText.cpp
     accessibility/TextUnits.h
     accessibility/TextUnits.cpp
+    accessibility/Within.h
   LINKS Tallow::platform Qt6::DBus QCoro6::DBus)
 
 tallow_library(linux_appearance FOLDER platform/linux/appearance
@@ -62,6 +65,12 @@ tallow_library(linux_network FOLDER platform/linux/network
     network/CurlTransfer.h
     network/CurlTransfer.cpp
   LINKS Tallow::platform PkgConfig::CURL)
+
+tallow_library(linux_notifications FOLDER platform/linux/notifications
+  SOURCES
+    notifications/DesktopNotifications.h
+    notifications/DesktopNotifications.cpp
+  LINKS Tallow::platform Qt6::DBus QCoro6::DBus)
 
 tallow_library(linux_secrets FOLDER platform/linux/secrets
   SOURCES

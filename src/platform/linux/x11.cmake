@@ -2,7 +2,7 @@
 tallow_library(linux_x11 FOLDER platform/linux/x11
   SOURCES
     x11/DesktopEntry.h x11/DesktopEntry.cpp
-    x11/PasteChord.h x11/PasteChord.cpp
+    x11/EditChord.h x11/EditChord.cpp
     x11/VirtualKeys.h x11/VirtualKeys.cpp
     x11/X11Connection.h x11/X11Connection.cpp
     x11/X11Desktop.h x11/X11Desktop.cpp
@@ -22,5 +22,7 @@ tallow_library(linux_screens FOLDER platform/linux/screens
   SOURCES
     screens/X11FloatingPanels.h screens/X11FloatingPanels.cpp
     screens/X11Reservations.h screens/X11Reservations.cpp
+    screens/X11ScreenCapture.h screens/X11ScreenCapture.cpp
     screens/X11Screens.h screens/X11Screens.cpp
+    screens/X11WindowPicture.h screens/X11WindowPicture.cpp
   LINKS Tallow::linux_x11 Qt6::Gui)

@@ -38,7 +38,12 @@ TEST(TextUnits, AreFoundPerObjectAndConverted)
         const auto unit = textUnit(each.characterCount, each.text);
         const auto offset = unit ? utf16Offset(each.offset, *unit, withoutPadding(each.text)) : std::nullopt;
         EXPECT_EQ(offset, each.expected) << each.toolkit;
+        const auto back = offset ? countedOffset(*offset, *unit, withoutPadding(each.text)) : each.offset;
+        EXPECT_EQ(back, each.offset) << each.toolkit;
     }
+    for (const qint64 outside : {-1, 2, 8})
+        EXPECT_FALSE(countedOffset(outside, TextUnit::CodePoint, emoji)) << outside;
+    EXPECT_FALSE(countedOffset(5, TextUnit::Utf16, emoji)) << "within a character";
     EXPECT_EQ(withoutPadding(padded), emoji);
     EXPECT_EQ(withoutPadding(emoji), emoji);
     const QString halfPadded = u"a😀\uFEFFb😀c"_s;

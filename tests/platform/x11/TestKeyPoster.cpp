@@ -42,6 +42,7 @@ protected:
         return desktop->workspace().frontmostApplication().value_or(RunningApplication{});
     }
     bool paste(const RunningApplication& target) { return await(desktop->keyPoster().paste(target)); }
+    bool copy(const RunningApplication& target) { return await(desktop->keyPoster().copy(target)); }
     static QByteArray primary() { return sharedDisplay().output(u"xclip"_s, {u"-o"_s, u"-selection"_s, u"primary"_s}); }
 
     std::unique_ptr<Keyboard> keyboard;
@@ -79,21 +80,87 @@ TEST_F(Pasting, WorksWithLayoutsThatHideTheLetter)
     struct Case {
         QStringList layout;
         TestWindow::Key chord;
+        QByteArray windowClass = "Editor";
+        QByteArray primary = "";
     };
     const QList<Case> cases = {
-        {{u"ru"_s}, {KEY_INSERT, kShift}},
-        {{u"us,ru"_s}, {KEY_V, kControl}},
-        {{u"ru,us"_s}, {KEY_V, kControl}},
+        {{u"ru"_s}, {KEY_INSERT, kShift}}, {{u"us,ru"_s}, {KEY_V, kControl}}, {{u"ru,us"_s}, {KEY_V, kControl}},
         {{u"dvorak"_s}, {KEY_DOT, kControl}},
+        {{u"ru"_s}, {KEY_INSERT, kShift}, "konsole", "dictated"}, // where that chord pastes PRIMARY
     };
     for (const Case& each : cases) {
         sharedDisplay().output(u"setxkbmap"_s, each.layout);
-        TestWindow window("Editor");
+        TestWindow window(each.windowClass);
         const auto target = show(window);
         EXPECT_TRUE(paste(target));
         EXPECT_TRUE(waitFor([&] { return !window.keys.isEmpty(); }));
         EXPECT_THAT(window.keys, ElementsAre(each.chord)) << qPrintable(each.layout.value(0));
+        EXPECT_EQ(primary(), each.primary);
     }
+}
+
+TEST_F(Pasting, TheCopyChordFollowsTheTargetAndNeverEndsWhatRunsInATerminal)
+{
+    struct Case {
+        QStringList layout;
+        QByteArray windowClass;
+        QList<TestWindow::Key> chord; ///< empty: none
+    };
+    const QList<Case> cases = {
+        {{u"us"_s}, "Mousepad", {{KEY_C, kControl}}},
+        {{u"us"_s}, "Xfce4-terminal", {{KEY_C, kControl | kShift}}},
+        {{u"us"_s}, "cool-retro-term", {{KEY_C, kControl | kShift}}},
+        {{u"us"_s}, "XTerm", {}},
+        {{u"ru"_s}, "Mousepad", {{KEY_INSERT, kControl}}},
+        {{u"ru"_s}, "org.gnome.Terminal", {}},
+    };
+    X11Pasteboard user(X11Connection::open());
+    user.replaceText(u"of another program"_s);
+    await(user.settledChangeCount());
+    for (const Case& each : cases) {
+        sharedDisplay().output(u"setxkbmap"_s, each.layout);
+        TestWindow window(each.windowClass);
+        const auto target = show(window);
+        EXPECT_EQ(copy(target), !each.chord.isEmpty()) << each.windowClass.constData();
+        EXPECT_TRUE(waitFor([&] { return window.keys.size() >= each.chord.size(); }));
+        EXPECT_EQ(window.keys, each.chord) << each.windowClass.constData();
+    }
+    TestWindow behind("Behind");
+    const auto target = show(behind);
+    TestWindow inFront("Front");
+    show(inFront);
+    EXPECT_FALSE(copy(target));
+}
+
+TEST_F(Pasting, WhatAnEditorCopiesIsKnownAsItsOwn)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"letter"_s);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("Dear Anna");
+    file.close();
+    QProcess* editor = sharedDisplay().start(u"mousepad"_s, {u"--disable-server"_s, path});
+    const auto isInFront = [&] {
+        const auto front = desktop->workspace().frontmostApplication();
+        return front && front->applicationIdentifier.contains(u"mousepad"_s, Qt::CaseInsensitive);
+    };
+    ASSERT_TRUE(waitFor(isInFront));
+    const auto target = *desktop->workspace().frontmostApplication();
+    std::optional<QString> copied;
+    const auto hasCopied = [&] {
+        keyboard->press(KEY_LEFTCTRL); // it shows its window before it has read the file
+        keyboard->tap(KEY_A);
+        keyboard->release(KEY_LEFTCTRL);
+        EXPECT_TRUE(copy(target));
+        copied = await(desktop->pasteboard().readText(target));
+        return copied && copied->startsWith(u"Dear");
+    };
+    EXPECT_TRUE(waitFor(hasCopied));
+    EXPECT_EQ(copied->trimmed(), u"Dear Anna");
+    EXPECT_EQ(await(desktop->pasteboard().readSelectedText(target))->trimmed(), u"Dear Anna");
+    editor->kill();
+    EXPECT_TRUE(waitFor([&] { return desktop->workspace().isTerminated(target); }));
 }
 
 TEST_F(Pasting, WaitsUntilTheHotKeyIsReleased)

@@ -51,16 +51,20 @@ protected:
         sharedDisplay(); // whichever test is the first
         return std::make_unique<X11Pasteboard>(X11Connection::open());
     }
-    /// Copies with a program from elsewhere, and waits until it has.
-    QProcess* copyElsewhere(const QByteArray& bytes, const QString& type)
+    QProcess* startCopying(const QByteArray& bytes, const QString& type, const QString& selection)
     {
         const QString path = m_folder.filePath(u"copied"_s);
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
         file.close();
+        return sharedDisplay().start(
+            u"xclip"_s, {u"-quiet"_s, u"-selection"_s, selection, u"-t"_s, type, u"-i"_s, path});
+    }
+    /// Copies with a program from elsewhere, and waits until it has.
+    QProcess* copyElsewhere(const QByteArray& bytes, const QString& type)
+    {
         const qint64 before = await(mine->settledChangeCount());
-        QProcess* program = sharedDisplay().start(
-            u"xclip"_s, {u"-quiet"_s, u"-selection"_s, u"clipboard"_s, u"-t"_s, type, u"-i"_s, path});
+        QProcess* program = startCopying(bytes, type, u"clipboard"_s);
         // A late word of an earlier program's end counts too, so the content is looked at as well.
         EXPECT_TRUE(waitFor([&] { return mine->changeCount() > before && pasteElsewhere(type) == bytes; }));
         return program;
@@ -262,6 +266,48 @@ TEST_F(Clipboard, AChangeWhileReadingNeverGivesAMixture)
     const PasteboardItem item = await(mine->readAll()).items.value(0);
     EXPECT_EQ(item.value(u"UTF8_STRING"_s), "new");
     EXPECT_FALSE(item.contains(u"text/html"_s));
+}
+
+TEST_F(Clipboard, TextCountsOnlyFromTheProcessThatIsAskedFor)
+{
+    const auto of = [](qint64 process) { return RunningApplication{7, process, {}, {}}; };
+    QProcess* copied = copyElsewhere(u"Grüße 👋"_s.toUtf8(), u"UTF8_STRING"_s);
+    QProcess* selected = startCopying("selected", u"UTF8_STRING"_s, u"primary"_s);
+    ASSERT_TRUE(waitFor([&] { return pasteElsewhere(u"UTF8_STRING"_s, u"primary"_s) == "selected"; }));
+    EXPECT_EQ(await(mine->readText(of(copied->processId()))), u"Grüße 👋"_s);
+    EXPECT_EQ(await(mine->readSelectedText(of(selected->processId()))), u"selected"_s);
+    for (const qint64 other : {qint64(0), selected->processId()})
+        EXPECT_EQ(await(mine->readText(of(other))), std::nullopt) << other;
+    EXPECT_EQ(await(mine->readSelectedText(of(copied->processId()))), std::nullopt);
+
+    ::kill(pid_t(copied->processId()), SIGSTOP);
+    QElapsedTimer elapsed;
+    elapsed.start();
+    EXPECT_EQ(await(mine->readText(of(copied->processId()))), std::nullopt);
+    EXPECT_LT(elapsed.elapsed(), 1200);
+    ::kill(pid_t(copied->processId()), SIGCONT);
+
+    selected->kill();
+    selected->waitForFinished();
+
+    const auto thisProcess = of(QCoreApplication::applicationPid());
+    for (const QList<PasteboardItem>& textless : {QList<PasteboardItem>{{{u"image/png"_s, "png"}}}, {}}) {
+        user->replaceItems(textless);
+        await(user->settledChangeCount());
+        EXPECT_EQ(await(mine->readText(thisProcess)), std::nullopt);
+    }
+}
+
+TEST_F(Clipboard, TextOfAnOwnerThatLostTheClipboardMeanwhileDoesNotCount)
+{
+    CapriciousOwner owner({{u"UTF8_STRING"_s, "old"}});
+    owner.onRequest = [&](const QString&) {
+        user->replaceText(u"new"_s);
+        await(user->settledChangeCount());
+    };
+    const RunningApplication application{7, QCoreApplication::applicationPid(), {}, {}};
+    EXPECT_EQ(await(mine->readText(application)), std::nullopt);
+    EXPECT_EQ(await(mine->readText(application)), u"new"_s);
 }
 
 TEST_F(Clipboard, PrimaryIsTouchedOnlyWhenAsked)

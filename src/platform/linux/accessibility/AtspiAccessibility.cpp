@@ -1,8 +1,9 @@
 #include "platform/linux/accessibility/AtspiAccessibility.h"
 
-#include "foundation/Completion.h"
 #include "platform/linux/accessibility/AtspiFocus.h"
+#include "platform/linux/accessibility/AtspiSelect.h"
 #include "platform/linux/accessibility/AtspiText.h"
+#include "platform/linux/accessibility/Within.h"
 
 #include <QCoroDBusPendingCall>
 #include <QDBusConnection>
@@ -19,21 +20,18 @@ namespace {
 const QString kConnection = u"tallowfern-a11y"_s; // "a11y" is the one that Qt itself makes
 const QString kLauncher = u"org.a11y.Bus"_s;
 constexpr double kReadSeconds = 0.2;
+constexpr double kSelectSeconds = 0.8;
 constexpr double kRestartSeconds = 1;
 
-using Answer = Completion<std::optional<TextRange>>;
-
-QCoro::Task<> readInto(Answer answer, AccessibleElement element)
+QCoro::Task<bool> endOf(Completion<bool> completion)
 {
-    const QDBusConnection bus(kConnection);
-    const auto range = co_await readSelectedRange(bus, element);
-    answer.complete(range);
+    const bool value = co_await completion;
+    co_return value;
 }
 
-QCoro::Task<> giveUpAfter(double seconds, Clock& clock, Answer answer, std::stop_token stop)
+AtspiText textOf(const AccessibleElement& element)
 {
-    co_await clock.sleep(seconds, stop);
-    answer.complete(std::nullopt);
+    return {QDBusConnection(kConnection), element};
 }
 
 } // namespace
@@ -99,22 +97,53 @@ std::optional<AccessibleElement> AtspiAccessibility::focusedElement() const
         return std::nullopt;
     const qint64 process = m_frontmostProcess();
     auto element = m_focus->focusedIn(process);
-    if (!element)
+    if (!element && process != 0)
         m_focus->seekIn(process); // for the next time; asking never waits
     return element;
 }
 
-QCoro::Task<std::optional<TextRange>> AtspiAccessibility::selectedTextRange(AccessibleElement element)
+QCoro::Task<std::optional<AccessibleElement>> AtspiAccessibility::findFocusedElement()
 {
-    if (!m_focus)
+    const std::stop_token stop = m_lifetime.token();
+    const auto known = focusedElement();
+    const qint64 process = m_frontmostProcess();
+    if (known || !m_focus || process == 0)
+        co_return known;
+    auto search = endOf(m_focus->seekIn(process));
+    co_await within(kReadSeconds, m_clock, std::move(search));
+    if (stop.stop_requested())
         co_return std::nullopt;
-    Answer answer;
-    std::stop_source read;
-    giveUpAfter(kReadSeconds, m_clock, answer, read.get_token());
-    readInto(answer, element);
-    const std::optional<TextRange> range = co_await answer;
-    read.request_stop();
-    co_return range;
+    co_return m_focus ? m_focus->focusedIn(process) : std::nullopt;
+}
+
+bool AtspiAccessibility::hasFocus(const AccessibleElement& element) const
+{
+    return m_focus && m_focus->focusedIn(element.processIdentifier) == element;
+}
+
+QCoro::Task<std::optional<ElementSelection>> AtspiAccessibility::selection(AccessibleElement element)
+{
+    auto work = readSelection(textOf(element));
+    return within(kReadSeconds, m_clock, std::move(work));
+}
+
+QCoro::Task<std::optional<QString>> AtspiAccessibility::value(AccessibleElement element)
+{
+    auto work = readValue(textOf(element));
+    return within(kReadSeconds, m_clock, std::move(work));
+}
+
+QCoro::Task<bool> AtspiAccessibility::select(AccessibleElement element, TextRange range, QString expected)
+{
+    const std::stop_token stop = m_lifetime.token();
+    if (!hasFocus(element))
+        co_return false;
+    std::stop_source inTime;
+    const std::stop_callback orphaned(stop, [inTime]() mutable { inTime.request_stop(); });
+    auto work = selectRange(textOf(element), range, expected, m_clock, inTime.get_token());
+    const bool selected = co_await within(kSelectSeconds, m_clock, std::move(work));
+    inTime.request_stop();
+    co_return selected && !stop.stop_requested() && hasFocus(element);
 }
 
 } // namespace tallowfern

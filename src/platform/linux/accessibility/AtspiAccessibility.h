@@ -14,7 +14,8 @@ namespace tallowfern {
 
 class AtspiFocus;
 
-/// Reads other applications through the accessibility bus, which is found again when it comes late or starts anew.
+/// Reads and selects in other applications through the accessibility bus, which is found again when it comes late or
+/// starts anew.
 class AtspiAccessibility final : public QObject, public Accessibility {
     Q_OBJECT
 public:
@@ -23,13 +24,17 @@ public:
     ~AtspiAccessibility() override;
 
     std::optional<AccessibleElement> focusedElement() const override;
-    QCoro::Task<std::optional<TextRange>> selectedTextRange(AccessibleElement element) override;
+    QCoro::Task<std::optional<AccessibleElement>> findFocusedElement() override;
+    QCoro::Task<std::optional<ElementSelection>> selection(AccessibleElement element) override;
+    QCoro::Task<std::optional<QString>> value(AccessibleElement element) override;
+    QCoro::Task<bool> select(AccessibleElement element, TextRange range, QString expected) override;
 
 private:
     Q_SLOT void onDisconnected();
     QCoro::Task<> connectToBus(double delay, std::stop_token stop);
     void open(const QString& address);
     void close();
+    bool hasFocus(const AccessibleElement& element) const;
 
     Clock& m_clock;
     std::function<qint64()> m_frontmostProcess;

@@ -82,22 +82,32 @@ void AtspiFocus::learnProcess(const QString& service)
     });
 }
 
-void AtspiFocus::seekIn(qint64 processIdentifier)
+Completion<bool> AtspiFocus::seekIn(qint64 processIdentifier)
 {
-    if (m_seeking || processIdentifier == 0)
-        return;
-    m_seeking = true;
+    if (m_seeking)
+        return *m_seeking;
+    const Completion<bool> over;
+    m_seeking = over;
     seek(processIdentifier, m_lifetime.token());
+    return over;
 }
 
 QCoro::Task<> AtspiFocus::seek(qint64 processIdentifier, std::stop_token stop)
 {
+    Completion<bool> over = *m_seeking;
     const auto found = co_await findFocusedText(m_bus, processIdentifier);
-    if (stop.stop_requested())
-        co_return;
-    m_seeking = false;
-    if (found && !focusedIn(processIdentifier)) // an event that came meanwhile is newer
-        gain(found->service, found->path);
+    if (!stop.stop_requested()) {
+        m_seeking.reset();
+        if (found && !focusedIn(processIdentifier)) // an event that came meanwhile is newer
+            learn(*found);
+    }
+    over.complete(true);
+}
+
+void AtspiFocus::learn(const AccessibleElement& element)
+{
+    gain(element.service, element.path);
+    m_applications[element.service].processIdentifier = element.processIdentifier;
 }
 
 std::optional<AccessibleElement> AtspiFocus::focusedIn(qint64 processIdentifier) const

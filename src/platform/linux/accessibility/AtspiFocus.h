@@ -1,13 +1,14 @@
 #pragma once
 
-#include "foundation/Lifetime.h"
-#include "platform/Accessibility.h"
-
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QHash>
 #include <QObject>
+
+#include "foundation/Completion.h" // after Qt: moc 6.4 stumbles over <coroutine> before it
+#include "foundation/Lifetime.h"
+#include "platform/Accessibility.h"
 
 namespace tallowfern {
 
@@ -21,7 +22,8 @@ public:
     std::optional<AccessibleElement> focusedIn(qint64 processIdentifier) const;
     /// Looks for the element with the focus in a process that has told of none: it had the focus before it knew that
     /// somebody listens. What is found is known from then on.
-    void seekIn(qint64 processIdentifier);
+    /// Completes when the search is over; another one that runs is waited for instead.
+    Completion<bool> seekIn(qint64 processIdentifier);
 
 private:
     Q_SLOT void onStateChanged(const QDBusMessage& event);
@@ -29,6 +31,7 @@ private:
     void learnProcess(const QString& service);
     QCoro::Task<> seek(qint64 processIdentifier, std::stop_token stop);
     void gain(const QString& service, const QString& path);
+    void learn(const AccessibleElement& element);
 
     struct Application {
         qint64 processIdentifier = 0; ///< 0 until the bus has told
@@ -37,7 +40,7 @@ private:
 
     QDBusConnection m_bus;
     QHash<QString, Application> m_applications; ///< by their names on the bus
-    bool m_seeking = false;
+    std::optional<Completion<bool>> m_seeking;
     QDBusServiceWatcher m_applicationWatcher;
     QDBusServiceWatcher m_registryWatcher;
     Lifetime m_lifetime;

@@ -16,6 +16,7 @@ constexpr int kAnswerMilliseconds = 1000;
 constexpr qsizetype kMostElements = 1000;
 constexpr quint32 kFocusedBit = 1u << 12;
 constexpr quint32 kShowingBit = 1u << 25;
+constexpr quint32 kVisibleBit = 1u << 30; // also of what lies in a hidden page
 const QString kAccessible = u"org.a11y.atspi.Accessible"_s;
 const QString kRootPath = u"/org/a11y/atspi/accessible/root"_s;
 
@@ -65,7 +66,7 @@ quint32 stateIn(const QDBusMessage& answer)
     return qdbus_cast<QList<uint>>(answer.arguments().value(0)).value(0);
 }
 
-QCoro::Task<std::optional<Place>> findInApplication(QDBusConnection bus, QString service)
+QCoro::Task<std::optional<Place>> findInApplication(QDBusConnection bus, QString service, quint32 entered)
 {
     std::optional<Place> deepest;
     QList<Place> open{{service, kRootPath}};
@@ -81,7 +82,7 @@ QCoro::Task<std::optional<Place>> findInApplication(QDBusConnection bus, QString
         const QStringList offered = interfacesAnswer.arguments().value(0).toStringList();
         if ((bits & kFocusedBit) && offered.contains(u"org.a11y.atspi.Text"_s))
             deepest = place;
-        if ((bits & kShowingBit) || next == 0)
+        if ((bits & entered) || next == 0)
             open += placesIn(childrenAnswer);
     }
     co_return deepest;
@@ -100,9 +101,11 @@ QCoro::Task<std::optional<AccessibleElement>> findFocusedText(QDBusConnection bu
         const QDBusMessage processAnswer = co_await process;
         if (processAnswer.arguments().value(0).toLongLong() != processIdentifier)
             continue;
-        const auto found = co_await findInApplication(bus, application.service);
-        if (found)
-            co_return AccessibleElement{found->service, found->path, processIdentifier};
+        for (const quint32 entered : {kShowingBit, kVisibleBit}) { // in GTK 4 only windows are showing
+            const auto found = co_await findInApplication(bus, application.service, entered);
+            if (found)
+                co_return AccessibleElement{found->service, found->path, processIdentifier};
+        }
     }
     co_return std::nullopt;
 }

@@ -54,4 +54,13 @@ std::optional<qint64> utf16Offset(qint64 offset, TextUnit unit, const QString& t
     return offset == 0 ? std::optional<qint64>(place) : std::nullopt;
 }
 
+std::optional<qint64> countedOffset(qint64 utf16Offset, TextUnit unit, const QString& text)
+{
+    if (utf16Offset < 0 || utf16Offset > text.size())
+        return std::nullopt;
+    if (utf16Offset > 0 && utf16Offset < text.size() && text[utf16Offset].isLowSurrogate())
+        return std::nullopt;
+    return unit == TextUnit::Utf16 ? utf16Offset : codePointCount(text.left(utf16Offset));
+}
+
 } // namespace tallowfern

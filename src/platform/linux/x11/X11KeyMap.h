@@ -33,7 +33,7 @@ private:
 
 namespace keysym {
 constexpr quint32 kNumLock = 0xff7f, kInsert = 0xff63, kShift = 0xffe1, kControl = 0xffe3;
-constexpr quint32 kAlt = 0xffe9, kSuper = 0xffeb, kLatinV = 0x76;
+constexpr quint32 kAlt = 0xffe9, kSuper = 0xffeb, kLatinC = 0x63, kLatinV = 0x76;
 } // namespace keysym
 
 } // namespace tallowfern

@@ -31,7 +31,7 @@ bool X11KeyPoster::canPost() const
     return m_connection.isAlive() && m_connection.hasExtension(&xcb_test_id);
 }
 
-QCoro::Task<bool> X11KeyPoster::paste(RunningApplication target)
+QCoro::Task<bool> X11KeyPoster::post(Edit edit, RunningApplication target)
 {
     const std::stop_token stop = m_stop.get_token();
     // While the hot key is held, every key goes to whoever grabbed it.
@@ -39,36 +39,23 @@ QCoro::Task<bool> X11KeyPoster::paste(RunningApplication target)
     co_await released;
     if (stop.stop_requested() || !canPost())
         co_return false;
-    PasteChord chord = pasteChordFor(target.applicationIdentifier);
-    std::vector<xcb_keycode_t> keys = keysOf(chord);
-    if (keys.empty()) { // a keyboard without Latin letters
-        chord = PasteChord::ShiftInsert;
-        keys = keysOf(chord);
+    for (const EditChord& chord : editChordsFor(edit, target.applicationIdentifier)) {
+        const std::vector<xcb_keycode_t> keys = keysOf(chord);
+        if (keys.empty())
+            continue; // a keyboard without Latin letters
+        if (chord.takesPrimary)
+            m_pasteboard.offerAsPrimary();
+        co_return type(edit, target, keys);
     }
-    if (chord == PasteChord::ShiftInsertPrimary)
-        m_pasteboard.offerAsPrimary();
-    co_return !keys.empty() && post(target, keys);
+    co_return false;
 }
 
 /// In the order of pressing; empty when a key is missing.
-std::vector<xcb_keycode_t> X11KeyPoster::keysOf(PasteChord chord)
+std::vector<xcb_keycode_t> X11KeyPoster::keysOf(const EditChord& chord)
 {
-    std::vector<quint32> symbols;
-    switch (chord) {
-    case PasteChord::ControlV:
-        symbols = {keysym::kControl, keysym::kLatinV};
-        break;
-    case PasteChord::ControlShiftV:
-        symbols = {keysym::kControl, keysym::kShift, keysym::kLatinV};
-        break;
-    case PasteChord::ShiftInsert:
-    case PasteChord::ShiftInsertPrimary:
-        symbols = {keysym::kShift, keysym::kInsert};
-        break;
-    }
     const X11KeyMap map(m_connection);
     std::vector<xcb_keycode_t> keys;
-    for (const quint32 symbol : symbols) {
+    for (const quint32 symbol : chord.keySymbols) {
         const auto key = map.keycode(symbol);
         if (!key)
             return {};
@@ -77,12 +64,12 @@ std::vector<xcb_keycode_t> X11KeyPoster::keysOf(PasteChord chord)
     return keys;
 }
 
-bool X11KeyPoster::post(const RunningApplication& target, const std::vector<xcb_keycode_t>& keys)
+bool X11KeyPoster::type(Edit edit, const RunningApplication& target, const std::vector<xcb_keycode_t>& keys)
 {
     xcb_connection_t* xcb = m_connection.xcb();
     m_connection.settle(); // the number of a window that is gone may denote another one by now
     xcb_grab_server(xcb); // nobody takes the focus or the clipboard between the look and the keys
-    const bool ready = m_workspace.isInFrontNow(target) && ownsClipboard() && releaseHeldKeys();
+    const bool ready = m_workspace.isInFrontNow(target) && (edit == Edit::Copy || ownsClipboard()) && releaseHeldKeys();
     if (ready) {
         for (auto key = keys.begin(); key != keys.end(); ++key)
             fakeKey(XCB_KEY_PRESS, *key);

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "platform/KeyPoster.h"
-#include "platform/linux/x11/PasteChord.h"
+#include "platform/linux/x11/EditChord.h"
 #include "platform/linux/x11/X11HeldKeys.h"
 
 #include <stop_token>
+#include <utility>
 #include <vector>
 
 namespace tallowfern {
@@ -21,11 +22,13 @@ public:
     ~X11KeyPoster() override;
 
     bool canPost() const override;
-    QCoro::Task<bool> paste(RunningApplication target) override;
+    QCoro::Task<bool> paste(RunningApplication target) override { return post(Edit::Paste, std::move(target)); }
+    QCoro::Task<bool> copy(RunningApplication target) override { return post(Edit::Copy, std::move(target)); }
 
 private:
-    std::vector<xcb_keycode_t> keysOf(PasteChord chord);
-    bool post(const RunningApplication& target, const std::vector<xcb_keycode_t>& keys);
+    QCoro::Task<bool> post(Edit edit, RunningApplication target);
+    std::vector<xcb_keycode_t> keysOf(const EditChord& chord);
+    bool type(Edit edit, const RunningApplication& target, const std::vector<xcb_keycode_t>& keys);
     bool releaseHeldKeys();
     bool ownsClipboard();
     void fakeKey(int eventType, xcb_keycode_t key);

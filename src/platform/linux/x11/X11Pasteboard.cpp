@@ -19,6 +19,7 @@ X11Pasteboard::X11Pasteboard(std::unique_ptr<X11Connection> connection)
     , m_clipboard(*m_connection, m_sender, u"CLIPBOARD"_s)
     , m_primary(*m_connection, m_sender, u"PRIMARY"_s)
     , m_reader(*m_connection, u"CLIPBOARD"_s)
+    , m_primaryReader(*m_connection, u"PRIMARY"_s)
 {
     xcb_connection_t* xcb = m_connection->xcb();
     m_connection->take(xcb_xfixes_query_version_reply(xcb, xcb_xfixes_query_version(xcb, 5, 0), nullptr));
@@ -59,6 +60,16 @@ QCoro::Task<PasteboardReading> X11Pasteboard::readAll()
             co_return reading;
     }
     co_return PasteboardReading{{}, PasteboardReading::Extent::Unread, {}};
+}
+
+QCoro::Task<std::optional<QString>> X11Pasteboard::readText(RunningApplication owner)
+{
+    return m_reader.readTextOf(owner.processIdentifier, kReadMilliseconds);
+}
+
+QCoro::Task<std::optional<QString>> X11Pasteboard::readSelectedText(RunningApplication application)
+{
+    return m_primaryReader.readTextOf(application.processIdentifier, kReadMilliseconds);
 }
 
 void X11Pasteboard::replaceItems(const QList<PasteboardItem>& items)

@@ -20,6 +20,8 @@ public:
     qint64 changeCount() const override { return m_changeCount; }
     QCoro::Task<qint64> settledChangeCount() override;
     QCoro::Task<PasteboardReading> readAll() override;
+    QCoro::Task<std::optional<QString>> readText(RunningApplication owner) override;
+    QCoro::Task<std::optional<QString>> readSelectedText(RunningApplication application) override;
     void replaceItems(const QList<PasteboardItem>& items) override;
     void replaceText(const QString& text) override;
 
@@ -41,6 +43,7 @@ private:
     X11SelectionOwner m_clipboard;
     X11SelectionOwner m_primary;
     X11SelectionReader m_reader;
+    X11SelectionReader m_primaryReader;
     qint64 m_changeCount = 0;
     QQueue<quint32> m_ownRequests; ///< counted already; the server's word of them is still to come
     Completion<bool> m_handedOver;

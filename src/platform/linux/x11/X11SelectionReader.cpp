@@ -1,6 +1,7 @@
 #include "platform/linux/x11/X11SelectionReader.h"
 
 #include <algorithm>
+#include <xcb/res.h>
 
 namespace tallowfern {
 
@@ -45,7 +46,7 @@ QCoro::Task<PasteboardReading> X11SelectionReader::readAll(qint64 milliseconds)
     const std::stop_token stop = m_stop.get_token();
     const QDeadlineTimer deadline(milliseconds);
     PasteboardReading reading;
-    if (!hasOwner())
+    if (!owner())
         co_return reading;
 
     reading.extent = PasteboardReading::Extent::Unread;
@@ -78,12 +79,46 @@ QCoro::Task<PasteboardReading> X11SelectionReader::readAll(qint64 milliseconds)
     co_return reading;
 }
 
-bool X11SelectionReader::hasOwner()
+QCoro::Task<std::optional<QString>> X11SelectionReader::readTextOf(qint64 processIdentifier, qint64 milliseconds)
+{
+    const std::stop_token stop = m_stop.get_token();
+    const xcb_window_t before = owner();
+    if (!before || !processIdentifier || processOf(before) != processIdentifier)
+        co_return std::nullopt;
+    Completion<Answer> pending = fetch(u"UTF8_STRING"_s, kMostBytes, milliseconds, QDeadlineTimer(milliseconds));
+    const Answer answer = co_await pending;
+    if (stop.stop_requested() || answer.end != Answer::End::Received || answer.format != 8)
+        co_return std::nullopt;
+    if (owner() != before) // the answer may be another process's
+        co_return std::nullopt;
+    co_return QString::fromUtf8(answer.bytes);
+}
+
+xcb_window_t X11SelectionReader::owner()
 {
     xcb_connection_t* xcb = m_connection.xcb();
     const auto cookie = xcb_get_selection_owner(xcb, m_selection);
     const auto reply = m_connection.take(xcb_get_selection_owner_reply(xcb, cookie, nullptr));
-    return reply && reply->owner;
+    return reply ? reply->owner : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+/// As the server sees its client, whatever the window says of itself; 0 when it does not tell.
+qint64 X11SelectionReader::processOf(xcb_window_t window)
+{
+    if (!m_connection.hasExtension(&xcb_res_id))
+        return 0;
+    xcb_connection_t* xcb = m_connection.xcb();
+    const xcb_res_client_id_spec_t question = {window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const auto cookie = xcb_res_query_client_ids(xcb, 1, &question);
+    const auto reply = m_connection.take(xcb_res_query_client_ids_reply(xcb, cookie, nullptr));
+    if (!reply)
+        return 0;
+    for (auto ids = xcb_res_query_client_ids_ids_iterator(reply.get()); ids.rem; xcb_res_client_id_value_next(&ids)) {
+        const bool isProcess = ids.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID;
+        if (isProcess && xcb_res_client_id_value_value_length(ids.data) == 1)
+            return *xcb_res_client_id_value_value(ids.data);
+    }
+    return 0;
 }
 
 QStringList X11SelectionReader::typesWorthKeeping(const Answer& targets)

@@ -9,6 +9,7 @@
 
 #include <list>
 #include <memory>
+#include <optional>
 #include <stop_token>
 
 namespace tallowfern {
@@ -23,6 +24,8 @@ public:
     /// Reads everything that is worth keeping. Each type may take 300 ms without progress, the last one all that is
     /// left of `milliseconds`.
     QCoro::Task<PasteboardReading> readAll(qint64 milliseconds);
+    /// The text, if the server says that this process of this machine offers it.
+    QCoro::Task<std::optional<QString>> readTextOf(qint64 processIdentifier, qint64 milliseconds);
 
 private:
     struct Answer {
@@ -52,7 +55,8 @@ private:
     void takePiece(const TransferPointer& transfer);
     void finish(const TransferPointer& transfer, Answer::End end, int format = 8);
     X11Reply<xcb_get_property_reply_t> property(const Transfer& transfer);
-    bool hasOwner();
+    xcb_window_t owner();
+    qint64 processOf(xcb_window_t window);
     QStringList typesWorthKeeping(const Answer& targets);
 
     X11Connection& m_connection;
