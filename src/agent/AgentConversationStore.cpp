@@ -1,8 +1,11 @@
 #include "agent/AgentConversationStore.h"
 
 #include "foundation/Files.h"
+#include "foundation/Words.h"
 
 #include <QDir>
+#include <QFileInfo>
+#include <QTextBoundaryFinder>
 
 #include <algorithm>
 
@@ -13,6 +16,15 @@ namespace {
 auto hasID(const QUuid& id)
 {
     return [id](const AgentConversation& conversation) { return conversation.id == id; };
+}
+
+constexpr int kTitleCharacters = 72;
+
+QString firstCharacters(const QString& text, int count)
+{
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    while (count-- > 0 && finder.toNextBoundary() >= 0) { }
+    return finder.position() < 0 ? text : text.left(finder.position());
 }
 
 } // namespace
@@ -41,6 +53,20 @@ std::optional<AgentConversation> AgentConversationStore::conversation(const QUui
 QString AgentConversationStore::attachmentsFolder(const QUuid& id) const
 {
     return m_paths.agentAttachments() + u'/' + id.toString(QUuid::WithoutBraces).toUpper();
+}
+
+QString AgentConversationStore::adoptAttachment(const QString& path, const QUuid& id) const
+{
+    const QString folder = attachmentsFolder(id);
+    const QString place = folder + u'/' + QFileInfo(path).fileName();
+    if (place == path)
+        return path;
+    try {
+        makePrivateFolder(folder);
+    } catch (const LocalizedError&) {
+        return path;
+    }
+    return QFile::rename(path, place) ? place : path;
 }
 
 void AgentConversationStore::add(const AgentConversation& conversation)
@@ -103,6 +129,20 @@ void AgentConversationStore::save()
 {
     m_file.save([conversations = m_conversations] { return json::encodeForStorage(conversations); });
     Q_EMIT conversationsChanged();
+}
+
+AgentConversation newConversation(const QUuid& id, const QString& instruction,
+    const QList<AgentContextAttachment>& attachments, const QString& targetApplicationName, const QDateTime& now)
+{
+    const QString title = firstCharacters(instruction.trimmed(), kTitleCharacters);
+    AgentConversation conversation;
+    conversation.id = id;
+    conversation.title = title.isEmpty() ? words("New conversation") : title;
+    conversation.createdAt = now;
+    conversation.updatedAt = now;
+    conversation.targetApplicationName = targetApplicationName;
+    conversation.messages = {{QUuid::createUuid(), AgentMessageRole::User, instruction, now, attachments}};
+    return conversation;
 }
 
 } // namespace tallowfern

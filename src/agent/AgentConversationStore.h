@@ -26,6 +26,9 @@ public:
     /// Where the files of the conversation's attachments lie.
     QString attachmentsFolder(const QUuid& id) const;
 
+    /// Moves a file to the attachments of the conversation, and gives the path where it is now.
+    QString adoptAttachment(const QString& path, const QUuid& id) const;
+
     /// At the head, whatever its dates.
     void add(const AgentConversation& conversation);
     // These bring the conversation to the top; without it nothing happens.
@@ -50,5 +53,9 @@ private:
     QList<AgentConversation> m_conversations;
     SavedFile m_file;
 };
+
+/// One that begins with an instruction, after which it is called.
+AgentConversation newConversation(const QUuid& id, const QString& instruction,
+    const QList<AgentContextAttachment>& attachments, const QString& targetApplicationName, const QDateTime& now);
 
 } // namespace tallowfern

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "agent/AgentConversationStore.h"
+#include "agent/AgentNotificationService.h"
+#include "agent/AgentPasteCoordinator.h"
 #include "agent/AgentRuntimeService.h"
 #include "agent/models/AgentModelStore.h"
 #include "core/CloudKeys.h"
+#include "core/CommandSession.h"
 #include "core/CompletionSounds.h"
 #include "core/DictationDelivery.h"
 #include "core/DictationSession.h"
@@ -36,6 +39,8 @@ public:
     /// `processors` bounds the threads of the speech engines. Hot keys work when the constructor returns.
     AppState(PlatformServices platform, const AppPaths& paths, const ResourceLocator& resources, int processors);
 
+    /// Ends the recording or the writing that is under way.
+    void cancelRecording();
     /// To be called once before the end: what the user's clipboard is still owed is given back.
     void prepareToQuit();
 
@@ -67,6 +72,13 @@ public:
     TranscriptionProgress progress;
     SmartCleanup smartCleanup;
     DictationSession dictation;
+    CommandStatus commandStatus;
+    CommandProgress commandProgress;
+    AgentContextCaptureService agentContext;
+    AgentPasteCoordinator agentPaste;
+    AgentNotificationService agentNotifications;
+    CommandTurn commandTurn;
+    CommandSession command;
     ShortcutBindings shortcuts;
 };
 

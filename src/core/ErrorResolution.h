@@ -14,6 +14,12 @@ struct ErrorResolutionDestination {
     Place place = Place::Permissions;
     AgentWritingProvider provider = AgentWritingProvider::Local; ///< with APIKeys only
 
+    /// From a place alone in most cases.
+    ErrorResolutionDestination(Place where, AgentWritingProvider whose = AgentWritingProvider::Local)
+        : place(where)
+        , provider(whose)
+    {
+    }
     bool operator==(const ErrorResolutionDestination&) const = default;
 };
 
@@ -31,9 +37,9 @@ struct ErrorResolution {
     QString message;
     ErrorResolutionDestination destination;
 
-    ErrorResolution(QString sentence, ErrorResolutionDestination::Place place)
+    ErrorResolution(QString sentence, ErrorResolutionDestination where)
         : message(std::move(sentence))
-        , destination{place}
+        , destination(where)
     {
     }
     bool operator==(const ErrorResolution&) const = default;

@@ -6,9 +6,11 @@
 #include "platform/HotKeyCenter.h"
 #include "platform/HttpDownloader.h"
 #include "platform/KeyPoster.h"
+#include "platform/NotificationCenter.h"
 #include "platform/Pasteboard.h"
 #include "platform/PreferenceStore.h"
 #include "platform/ProcessLauncher.h"
+#include "platform/ScreenCapture.h"
 #include "platform/SecretStore.h"
 #include "platform/SoundPlayer.h"
 #include "platform/Workspace.h"
@@ -29,6 +31,8 @@ struct PlatformServices {
     ProcessLauncher& processLauncher;
     HttpDownloader& downloader;
     SecretStore& secrets;
+    ScreenCapture& screenCapture;
+    NotificationCenter& notifications;
 };
 
 } // namespace tallowfern

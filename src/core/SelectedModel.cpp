@@ -12,4 +12,9 @@ std::optional<SpeechModel> selectedModel(const ModelStore& models, const Prefere
     return found == catalog.end() ? std::nullopt : std::optional(*found);
 }
 
+std::optional<AgentModelDescriptor> selectedAgentModel(const AgentModelStore& models, const Preferences& preferences)
+{
+    return models.descriptor(selectedModelID(preferences.agentSettings()));
+}
+
 } // namespace tallowfern

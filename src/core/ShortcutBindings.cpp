@@ -1,5 +1,7 @@
 #include "core/ShortcutBindings.h"
 
+#include "core/SelectedModel.h"
+
 namespace tallowfern {
 
 using namespace Qt::StringLiterals;
@@ -29,12 +31,15 @@ ShortcutDefaults chooseShortcutDefaults(PreferenceStore& store, HotKeyCenter& ce
         DefaultShortcuts::agentScreenshot(), DefaultShortcuts::cancel()};
     chooseDefault(store, center, u"toggleShortcut"_s, defaults.toggle);
     chooseDefault(store, center, u"pushToTalkShortcut"_s, defaults.pushToTalk);
+    chooseDefault(store, center, u"agentShortcut"_s, defaults.agent);
+    chooseDefault(store, center, u"agentScreenshotShortcut"_s, defaults.agentScreenshot);
     return defaults;
 }
 
-ShortcutBindings::ShortcutBindings(
-    const Preferences& preferences, HotKeyManager& hotKeys, std::function<bool()> cancelIsNeeded)
+ShortcutBindings::ShortcutBindings(const Preferences& preferences, const AgentModelStore& models,
+    HotKeyManager& hotKeys, std::function<bool()> cancelIsNeeded)
     : m_preferences(preferences)
+    , m_models(models)
     , m_hotKeys(hotKeys)
     , m_cancelIsNeeded(std::move(cancelIsNeeded))
 {
@@ -48,6 +53,12 @@ void ShortcutBindings::refreshHotKeys()
     HotKeyShortcuts shortcuts;
     shortcuts.toggle = m_preferences.toggleShortcut();
     shortcuts.pushToTalk = m_preferences.pushToTalkShortcut();
+    shortcuts.agent = m_preferences.agentShortcut();
+    const auto model = selectedAgentModel(m_models, m_preferences);
+    if (model && model->capabilities.images)
+        shortcuts.agentScreenshot = m_preferences.agentScreenshotShortcut();
+    for (const AgentPromptProfile& profile : m_preferences.agentSettings().promptProfiles)
+        shortcuts.agentProfiles.append(profile.shortcut);
     shortcuts.cancel = m_preferences.cancelShortcut();
     m_hotKeys.registerShortcuts(shortcuts);
     if (m_cancelIsNeeded())

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/models/AgentModelStore.h"
 #include "core/Preferences.h"
 #include "platform/HotKeyCenter.h"
 #include "shortcuts/HotKeyManager.h"
@@ -19,7 +20,8 @@ class ShortcutBindings : public QObject {
     Q_OBJECT
 public:
     /// `cancelIsNeeded` tells whether an activity is running that the cancel shortcut ends.
-    ShortcutBindings(const Preferences& preferences, HotKeyManager& hotKeys, std::function<bool()> cancelIsNeeded);
+    ShortcutBindings(const Preferences& preferences, const AgentModelStore& models, HotKeyManager& hotKeys,
+        std::function<bool()> cancelIsNeeded);
 
     void refreshHotKeys();
 
@@ -29,6 +31,7 @@ public:
 
 private:
     const Preferences& m_preferences;
+    const AgentModelStore& m_models;
     HotKeyManager& m_hotKeys;
     std::function<bool()> m_cancelIsNeeded;
     bool m_hotKeysSuspended = false;

@@ -19,8 +19,12 @@ QString hotKeyName(quint32 number)
         return u"pushToTalk"_s;
     case 3:
         return u"cancel"_s;
+    case 4:
+        return u"agent"_s;
+    case 5:
+        return u"agentScreenshot"_s;
     default:
-        return QString::number(number);
+        return u"profile%1"_s.arg(number - 99);
     }
 }
 
@@ -47,6 +51,8 @@ QJsonValue resolution(const std::optional<ErrorResolution>& error)
 QJsonObject statusReport(const AppState& state)
 {
     const CaptureStatus& status = state.dictation.status();
+    const CommandStatus::Values& command = state.commandStatus.values();
+    const auto conversation = command.activeConversationID;
     const auto model = selectedModel(state.models, state.preferences);
     return {
         {u"status"_s, QJsonObject{{u"case"_s, enumToString(status.state)}, {u"payload"_s, status.text}}},
@@ -54,6 +60,14 @@ QJsonObject statusReport(const AppState& state)
         {u"targetApplicationName"_s, state.overlay.targetApplicationName()},
         {u"lastTranscript"_s, state.dictation.lastTranscript()},
         {u"notice"_s, state.dictation.notice()},
+        {u"agentPhase"_s, enumToString(command.phase)},
+        {u"agentPhaseDetail"_s, command.phaseDetail},
+        {u"agentProgress"_s, command.progress},
+        {u"agentStreamedText"_s, command.streamedText},
+        {u"agentResultText"_s, command.resultText},
+        {u"agentResultNeedsPaste"_s, command.resultNeedsPaste},
+        {u"activeAgentConversationID"_s,
+            conversation ? QJsonValue(conversation->toString(QUuid::WithoutBraces).toUpper()) : QJsonValue::Null},
         {u"errorResolution"_s, resolution(state.errors.errorResolution())},
         {u"isOverlayPresented"_s, state.overlay.isPresented()},
         {u"hotKeys"_s, hotKeys(state.hotKeys)},
@@ -69,6 +83,7 @@ void observeStatus(const AppState& state, QObject* context, const std::function<
 {
     QObject::connect(&state.dictation, &DictationSession::statusChanged, context, changed);
     QObject::connect(&state.dictation, &DictationSession::lastTranscriptChanged, context, changed);
+    QObject::connect(&state.commandStatus, &CommandStatus::changed, context, changed);
     QObject::connect(&state.overlay, &OverlayPresenter::changed, context, changed);
     QObject::connect(&state.errors, &ErrorRouting::changed, context, changed);
     QObject::connect(&state.permissions, &Permissions::changed, context, changed);

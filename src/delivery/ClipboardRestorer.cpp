@@ -35,6 +35,18 @@ QCoro::Task<> ClipboardRestorer::prepare(std::shared_ptr<PreparedReading> readin
 
 QCoro::Task<PasteboardSnapshot> ClipboardRestorer::takeClipboardSnapshotForRestore()
 {
+    const bool isOurs = m_pending && m_pending->changeCount == m_pasteboard.changeCount();
+    if (!m_restoreDelaySeconds() && !isOurs) {
+        m_restore.cancel();
+        m_pending.reset();
+        co_return PasteboardSnapshot::unread();
+    }
+    PasteboardSnapshot snapshot = co_await takeSnapshot();
+    co_return snapshot;
+}
+
+QCoro::Task<PasteboardSnapshot> ClipboardRestorer::takeSnapshot()
+{
     const std::stop_token ended = m_lifetime.token();
     m_restore.cancel();
     const auto pending = std::exchange(m_pending, std::nullopt);
@@ -44,8 +56,6 @@ QCoro::Task<PasteboardSnapshot> ClipboardRestorer::takeClipboardSnapshotForResto
         co_return PasteboardSnapshot::unread();
     if (pending && pending->changeCount == count)
         co_return pending->snapshot;
-    if (!m_restoreDelaySeconds())
-        co_return PasteboardSnapshot::unread();
     PasteboardSnapshot snapshot = co_await read(prepared, count);
     co_return snapshot;
 }
@@ -74,11 +84,14 @@ QCoro::Task<PasteboardSnapshot> ClipboardRestorer::read(std::shared_ptr<Prepared
 
 void ClipboardRestorer::scheduleClipboardRestore(PasteboardSnapshot snapshot, qint64 deliveredCount)
 {
-    const std::optional<int> delay = m_restoreDelaySeconds();
-    if (!delay)
-        return;
+    if (const std::optional<int> delay = m_restoreDelaySeconds())
+        scheduleRestore(std::move(snapshot), deliveredCount, *delay);
+}
+
+void ClipboardRestorer::scheduleRestore(PasteboardSnapshot snapshot, qint64 deliveredCount, double seconds)
+{
     m_pending = PendingClipboardRestore{std::move(snapshot), deliveredCount};
-    m_restore.restart([&](std::stop_token stop) { restoreAfter(*delay, std::move(stop)); });
+    m_restore.restart([&](std::stop_token stop) { restoreAfter(seconds, std::move(stop)); });
 }
 
 QCoro::Task<> ClipboardRestorer::restoreAfter(double seconds, std::stop_token stop)

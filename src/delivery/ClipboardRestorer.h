@@ -29,9 +29,13 @@ public:
     /// What is to be put back after the text that the caller writes next; to be written without a wait in between.
     /// Cancels a pending restore. While restoring is switched off nothing is read and the snapshot is unread.
     QCoro::Task<PasteboardSnapshot> takeClipboardSnapshotForRestore();
+    /// The same for what borrows the clipboard for a moment, whatever the setting.
+    QCoro::Task<PasteboardSnapshot> takeSnapshot();
     /// `deliveredCount` is the change count with the delivered text on the clipboard: any other count at the end of
     /// the delay means a newer copy, which stays.
     void scheduleClipboardRestore(PasteboardSnapshot snapshot, qint64 deliveredCount);
+    /// The same after a time of the caller's own, whatever the setting.
+    void scheduleRestore(PasteboardSnapshot snapshot, qint64 deliveredCount, double seconds);
     /// Runs a pending restore at once, for the clipboard's owner is about to end.
     void restoreNow();
 

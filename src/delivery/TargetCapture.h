@@ -14,7 +14,7 @@ struct AgentTargetSnapshot {
     std::optional<RunningApplication> application; ///< to deliver into
     QString applicationName; ///< empty if unknown
     std::optional<AccessibleElement> focusedElement;
-    std::optional<TextRange> selectedRange; ///< of the element; read later, because reading it waits
+    std::optional<TextRange> selectedRange; ///< of the element, as far as it was asked for
 };
 
 /// Answers at once, from state that events keep. The application is the one in front, which is also the owner of the

@@ -22,10 +22,10 @@ public:
     /// terminated one, or one that is not in front when the chord is due. Goes on when the caller is gone; only the
     /// end of this object ends it.
     QCoro::Task<bool> paste(std::optional<RunningApplication> application);
-
-private:
+    /// Brings the application to front, within 500 ms. False for none and for a terminated one.
     QCoro::Task<bool> activate(std::optional<RunningApplication> application);
 
+private:
     Workspace& m_workspace;
     KeyPoster& m_keyPoster;
     Clock& m_clock;

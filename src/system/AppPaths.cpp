@@ -97,6 +97,10 @@ QString AppPaths::agentAttachments() const
 {
     return agentData() + u"/Attachments"_s;
 }
+QString AppPaths::pendingAttachments() const
+{
+    return agentAttachments() + u"/pending"_s;
+}
 QString AppPaths::agentConversations() const
 {
     return agentData() + u"/conversations.json"_s;

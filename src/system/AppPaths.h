@@ -17,6 +17,7 @@ public:
     QString agentModels() const;
     QString agentData() const;
     QString agentAttachments() const;
+    QString pendingAttachments() const; ///< of turns that are not stored yet
     QString agentConversations() const; ///< file
     QString agentSessions() const; ///< file
     QString customAgentModels() const; ///< file

@@ -4,8 +4,10 @@
 #include "fakes/Desk.h"
 #include "fakes/FakeAudioCapture.h"
 #include "fakes/FakeDownloader.h"
+#include "fakes/FakeNotificationCenter.h"
 #include "fakes/FakePreferenceStore.h"
 #include "fakes/FakeProcessLauncher.h"
+#include "fakes/FakeScreenCapture.h"
 #include "fakes/FakeSecretStore.h"
 #include "fakes/FakeSoundPlayer.h"
 
@@ -34,7 +36,7 @@ public:
     void start()
     {
         const PlatformServices services{desk.clock, preferences, desk.clipboard, desk.windows, desk.keys,
-            desk.accessibility, desk.hotKeys, microphone, sounds, engine, downloader, secrets};
+            desk.accessibility, desk.hotKeys, microphone, sounds, engine, downloader, secrets, screens, notices};
         app.emplace(services, AppPaths(folder.filePath(QStringLiteral("data"))),
             ResourceLocator(folder.filePath(QStringLiteral("lib"))), 4);
     }
@@ -96,6 +98,8 @@ public:
     FakeProcessLauncher engine;
     FakeDownloader downloader;
     FakeSecretStore secrets{desk.clock};
+    FakeScreenCapture screens{desk.clock};
+    FakeNotificationCenter notices;
     RunningApplication editor;
     std::optional<AppState> app;
 

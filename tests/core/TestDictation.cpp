@@ -505,7 +505,7 @@ TEST(Shortcuts, ChosenShortcutIsNeverReplacedAndItsStateIsTold)
     d.start();
     EXPECT_EQ(d.app->preferences.toggleShortcut(), chosen);
     const auto states = d.app->hotKeys.states();
-    ASSERT_EQ(states.size(), 2);
+    ASSERT_EQ(states.size(), 3);
     EXPECT_FALSE(states[0].active);
     EXPECT_TRUE(states[1].active);
 }
@@ -523,7 +523,7 @@ TEST(Shortcuts, ChangeDuringATakeKeepsCancelAndSuspensionFreesEverything)
     d.app->preferences.setToggleShortcut(DefaultShortcuts::toggle());
     EXPECT_TRUE(d.desk.hotKeys.numbers().isEmpty());
     d.app->shortcuts.setHotKeysSuspended(false);
-    EXPECT_EQ(d.desk.hotKeys.numbers(), (QList<quint32>{1, 2, 3}));
+    EXPECT_EQ(d.desk.hotKeys.numbers(), (QList<quint32>{1, 2, 3, 4}));
 }
 
 } // namespace
