@@ -47,5 +47,25 @@
         <source>The %1 API key could not be updated in Keychain: %2</source>
         <translation>The %1 API key could not be updated in the system keyring: %2</translation>
     </message>
+    <message>
+        <source>Accessibility access is required for selected-text context and automatic paste.</source>
+        <translation>This desktop does not let Tallowfern copy and paste. The selected text and automatic paste need the XTEST extension of the X server.</translation>
+    </message>
+    <message>
+        <source>Accessibility access is required to send selected text to Command.</source>
+        <translation>This desktop does not let Tallowfern copy. The selected text needs the XTEST extension of the X server.</translation>
+    </message>
+    <message>
+        <source>Accessibility access is not required.</source>
+        <translation>Nothing has to be allowed.</translation>
+    </message>
+    <message>
+        <source>Checking Apple Intelligence</source>
+        <translation>Looking for a model on this computer</translation>
+    </message>
+    <message>
+        <source>Copied to the clipboard — press ⌘V to paste.</source>
+        <translation>Copied to the clipboard — press Ctrl+V to paste.</translation>
+    </message>
 </context>
 </TS>

@@ -1,6 +1,7 @@
 #include "control/ControlProtocol.h"
 
 #include "control/AskArguments.h"
+#include "control/CommandArguments.h"
 
 namespace tallowfern::control {
 
@@ -20,7 +21,9 @@ const QList<Verb>& verbs()
         {"toggle", {}, "start a Dictation, or stop it and paste the words"},
         {"push-to-talk-begin", {}, "start a Dictation that lasts until push-to-talk-end"},
         {"push-to-talk-end", {}, "stop it and paste the words"},
-        {"cancel", {}, "discard the recording"},
+        {"command", {},
+            "start a Command, or stop and have it written: [--screenshot | --profile N | --follow-up [TEXT]]"},
+        {"cancel", {}, "discard the recording, or end the writing"},
         {"open", {}, "bring Tallowfern to front"},
         {"quit", {}, "end Tallowfern"},
         {"ask", {}, "have the writing model answer here: \"...\" [--model ID] [--image FILE] [--continue]"},
@@ -39,6 +42,11 @@ QString usageProblem(const QStringList& words)
     if (name == u"ask"_s) {
         const auto asked = askArguments(words.sliced(1));
         const QString* problem = std::get_if<QString>(&asked);
+        return problem ? *problem : QString();
+    }
+    if (name == u"command"_s) {
+        const auto begun = commandArguments(words.sliced(1));
+        const QString* problem = std::get_if<QString>(&begun);
         return problem ? *problem : QString();
     }
     for (const Verb& verb : verbs()) {

@@ -13,6 +13,9 @@ QString statusText(const QJsonObject& report)
     const QString payload = status[u"payload"_s].toString();
     QString text = u"Dictation: "_s + status[u"case"_s].toString()
         + (payload.isEmpty() ? u"\n"_s : u" ("_s + payload + u")\n"_s);
+    const QString detail = report[u"agentPhaseDetail"_s].toString();
+    text += u"Command: "_s + report[u"agentPhase"_s].toString()
+        + (detail.isEmpty() ? u"\n"_s : u" ("_s + detail + u")\n"_s);
     const QJsonObject error = report[u"errorResolution"_s].toObject();
     if (!error.isEmpty())
         text += u"Last error: %1 (see %2)\n"_s.arg(error[u"message"_s].toString(), error[u"destination"_s].toString());

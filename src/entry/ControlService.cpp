@@ -1,5 +1,6 @@
 #include "ControlService.h"
 
+#include "control/CommandArguments.h"
 #include "control/ControlProtocol.h"
 #include "core/StatusReport.h"
 
@@ -52,11 +53,29 @@ void ControlService::Do(const QStringList& words)
     else if (verb == u"push-to-talk-end"_s)
         m_state.dictation.endPushToTalk();
     else if (verb == u"cancel"_s)
-        m_state.dictation.cancelRecording();
+        m_state.cancelRecording();
+    else if (verb == u"command"_s)
+        command(words.sliced(1));
     else if (verb == u"open"_s)
         m_state.navigation.bringMainWindowForward();
     else if (verb == u"quit"_s)
         m_quit();
+}
+
+void ControlService::command(const QStringList& words)
+{
+    const auto asked = control::commandArguments(words);
+    const auto* arguments = std::get_if<control::CommandArguments>(&asked);
+    if (!arguments)
+        return; // the command line has said so
+    if (arguments->followUpText)
+        m_state.command.submitAgentFollowUp(*arguments->followUpText, {});
+    else if (arguments->isFollowUp)
+        m_state.command.startAgentFollowUpRecording();
+    else if (arguments->profileIndex)
+        m_state.command.toggleAgentRecording(*arguments->profileIndex);
+    else
+        m_state.command.toggleAgentRecording(arguments->includeScreenshot, std::nullopt);
 }
 
 QString ControlService::Status() const

@@ -35,6 +35,8 @@ Q_SIGNALS:
     void StatusChanged(const QString& report);
 
 private:
+    void command(const QStringList& words);
+
     AppState& m_state;
     std::function<void()> m_quit;
     QString m_lastReport;

@@ -55,7 +55,8 @@ LinuxDesktop::LinuxDesktop(std::unique_ptr<X11Desktop> x11, std::unique_ptr<X11C
 PlatformServices LinuxDesktop::services()
 {
     return {m_clock, m_preferences, m_x11->pasteboard(), m_x11->workspace(), m_x11->keyPoster(), m_accessibility,
-        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher, m_downloader, m_secrets};
+        m_x11->hotKeyCenter(), m_audioCapture, m_soundPlayer, m_processLauncher, m_downloader, m_secrets,
+        m_screenCapture, m_notifications};
 }
 
 InterfaceServices LinuxDesktop::interfaceServices()

@@ -5,9 +5,11 @@
 #include "platform/linux/accessibility/AtspiAccessibility.h"
 #include "platform/linux/appearance/PortalAppearance.h"
 #include "platform/linux/network/CurlDownloader.h"
+#include "platform/linux/notifications/DesktopNotifications.h"
 #include "platform/linux/preferences/FilePreferenceStore.h"
 #include "platform/linux/process/LinuxProcessLauncher.h"
 #include "platform/linux/screens/X11FloatingPanels.h"
+#include "platform/linux/screens/X11ScreenCapture.h"
 #include "platform/linux/screens/X11Screens.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "platform/linux/sound/PulseAudioCapture.h"
@@ -53,6 +55,8 @@ private:
     LinuxProcessLauncher m_processLauncher;
     CurlDownloader m_downloader;
     SecretServiceStore m_secrets;
+    X11ScreenCapture m_screenCapture;
+    DesktopNotifications m_notifications;
     std::unique_ptr<X11Connection> m_screensConnection;
     X11Screens m_screens;
     X11FloatingPanels m_floatingPanels;

@@ -41,6 +41,7 @@ OverlayPanelController::OverlayPanelController(AppState& state, const InterfaceS
 {
     connect(&state.overlay, &OverlayPresenter::changed, this, &OverlayPanelController::follow);
     connect(&state.dictation, &DictationSession::statusChanged, this, &OverlayPanelController::refresh);
+    connect(&state.commandStatus, &CommandStatus::changed, this, &OverlayPanelController::refresh);
     connect(&state.preferences, &Preferences::overlayAppearanceChanged, this, &OverlayPanelController::refresh);
     connect(&m_panels, &FloatingPanels::translucencyChanged, this, &OverlayPanelController::refresh);
     connect(&m_appearance, &SystemAppearance::changed, this, &OverlayPanelController::refresh);
@@ -113,13 +114,19 @@ void OverlayPanelController::keepAbove()
 
 OverlaySource OverlayPanelController::source() const
 {
+    const CommandStatus::Values& command = m_state.commandStatus.values();
+    const auto agentModel = selectedAgentModel(m_state.agentModels, m_state.preferences);
     return {.status = m_state.dictation.status(),
+        .agentPhase = command.phase,
+        .agentPhaseDetail = command.phaseDetail,
+        .agentProgress = command.progress,
         .transcriptionProgress = m_state.overlay.transcriptionProgress(),
         .overlaySize = m_state.preferences.overlaySize(),
         .targetApplicationName = m_state.overlay.targetApplicationName(),
         .automaticPaste = m_state.preferences.automaticPaste(),
         .cancelKeys = m_state.preferences.cancelShortcut().displayName(),
-        .selectedModel = selectedModel(m_state.models, m_state.preferences)};
+        .selectedModel = selectedModel(m_state.models, m_state.preferences),
+        .selectedAgentModel = agentModel ? agentModel->name : QString()};
 }
 
 OverlayMoment OverlayPanelController::moment(const OverlayFace& face) const
