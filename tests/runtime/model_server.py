@@ -2,13 +2,16 @@
 import json
 import os
 import pathlib
+import pwd
 import subprocess
 
 SUPPORT = pathlib.Path(__file__).resolve().parents[1] / "support"
 STAND_IN = SUPPORT / "llama_server.py"
 # What scripts/engines --writing has built; perhaps it is not there.
-BUILT = (pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache")
-         / "tallowfern-engines/writing/llama-server")
+CACHES = [pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache"),
+          pathlib.Path(pwd.getpwuid(os.getuid()).pw_dir) / ".cache"]  # a virtual desktop has a home of its own
+PLACES = [cache / "tallowfern-engines/writing/llama-server" for cache in CACHES]
+BUILT = next(filter(pathlib.Path.exists, PLACES), PLACES[0])
 
 
 def model_file(folder, server, **behaviour):
@@ -18,5 +21,6 @@ def model_file(folder, server, **behaviour):
     if pathlib.Path(server) == STAND_IN:
         path.write_text("GGUF" + json.dumps(behaviour))
     else:
-        subprocess.run([SUPPORT / "tiny_writer.py", path], check=True)
+        subprocess.run([SUPPORT / "tiny_writer.py", path], check=True,
+                       env=os.environ | {"XDG_CACHE_HOME": str(BUILT.parents[2])})
     return path.name

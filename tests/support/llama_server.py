@@ -3,6 +3,7 @@
 
 The "model" is a file that begins with GGUF and goes on with a JSON object that says how to behave:
     text            what it answers (it goes out word by word)
+    texts           what it answers one after the other; the last one stays
     delta_seconds   between two words
     thinking        thought before the answer, unless --reasoning is off
     raw             sent as it is, in place of text: a template that nobody knows
@@ -202,7 +203,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if self.arguments.reasoning != "off":
             for word in self.model.get("thinking", "").split():
                 yield {"reasoning_content": word + " "}
-        text = self.model.get("raw") or self.model.get("text", "A stand-in wrote this.")
+        texts = self.model.get("texts") or [self.model.get("text", "A stand-in wrote this.")]
+        text = self.model.get("raw") or (texts.pop(0) if len(texts) > 1 else texts[0])
         words = text.split(" ")
         for number, word in enumerate(words):
             while number == len(words) - 1 and not os.path.exists(self.model.get("allowed", "/")):
