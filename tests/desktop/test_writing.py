@@ -15,7 +15,7 @@ from desk import COMMAND, DESKTOP, PATIENCE, SOURCE, DeskTest, run, until
 from editors import QtEditor
 
 sys.path.insert(0, str(SOURCE / "tests/runtime"))
-from agent import AGENT, children, local_model  # noqa: E402
+from agent import AGENT, children, local_model, resident  # noqa: E402
 from model_server import STAND_IN, SUPPORT  # noqa: E402
 from services import ANSWERS, Reply, Service  # noqa: E402
 
@@ -25,25 +25,25 @@ BUILT = CACHE / "tallowfern-engines/writing/llama-server"
 
 
 def setUpModule():
-    """The desktop's keyring, open as after a login; the bus by itself would start one that knows no password."""
-    keyring = subprocess.Popen(["gnome-keyring-daemon", "--unlock", "--components=secrets", "--foreground"],
+    """The desktop's keyring, open as after a login; one that the bus has started by itself knows no password."""
+    keyring = subprocess.Popen(["gnome-keyring-daemon", "--replace", "--unlock", "--components=secrets", "--foreground"],
                                stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     unittest.addModuleCleanup(keyring.wait)
     unittest.addModuleCleanup(keyring.kill)
     keyring.stdin.write(b"moss")
     keyring.stdin.close()
-    until("the keyring", lambda: "true" in run(
-        "gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/", "--method",
-        "org.freedesktop.DBus.NameHasOwner", "org.freedesktop.secrets"))
+    ask = ["gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/", "--method",
+           "org.freedesktop.DBus.GetConnectionUnixProcessID", "org.freedesktop.secrets"]
+    until("the keyring", lambda: run(*ask, stderr=subprocess.DEVNULL) == f"(uint32 {keyring.pid},)")
 
 
 class Writing(DeskTest):
     server = STAND_IN
 
     def prepare_writing(self, preferences=None, **more):
-        environment = {"TALLOWFERN_LLAMA_SERVER_PATH": str(self.server), "XDG_STATE_HOME": str(self.folder / "state"), **more}
+        environment = {"TALLOWFERN_LLAMA_SERVER_PATH": str(self.server), "XDG_STATE_HOME": str(self.folder / "state")}
         self.fake_engine()
-        self.app = self.prepare(preferences, environment)
+        self.app = self.prepare(preferences, environment | more)
         self.seen = self.folder / "requests"
 
     def write_model(self, identifier, name, **behaviour):
@@ -52,7 +52,8 @@ class Writing(DeskTest):
         if self.server == STAND_IN:
             path.write_text("GGUF" + json.dumps({"requests": str(self.seen), **behaviour}))
         else:
-            subprocess.run([SUPPORT / "tiny_writer.py", path], env=os.environ | {"XDG_CACHE_HOME": str(CACHE)}, check=True)
+            environment = os.environ | {"XDG_CACHE_HOME": str(CACHE)}
+            subprocess.run([SUPPORT / "tiny_writer.py", path], env=environment, check=True)
         return path
 
     def own_models(self, *models):
@@ -63,6 +64,12 @@ class Writing(DeskTest):
     def messages(self):
         """Of each request that the model server got."""
         return [json.loads(line)["messages"] for line in self.seen.read_text().splitlines()] if self.seen.exists() else []
+
+
+def agent_of(pid):
+    """The process of the runtime that this one has started."""
+    [agent] = [each for each in children(pid)[0] if str(AGENT) in pathlib.Path(f"/proc/{each}/cmdline").read_text()]
+    return agent
 
 
 def artifact(name, role):
@@ -197,11 +204,10 @@ class SmartDictation(Writing):
         self.assertRegex(user["content"], f"<reference [^>]*>\n{self.SPOKEN}\n</reference [^>]*>\n\n"
                          "Clean up the dictation transcript provided as reference material.$")
         self.assertFalse((self.app.data / "Agent/sessions.sqlite").exists())
-        [agent] = children(self.app.process.pid)[0]
-        helpers = [agent, *children(agent)[0]]
-        self.assertEqual(len(helpers), 2)
+        agent = agent_of(self.app.process.pid)
+        [server] = children(agent)[0]
         self.app.end()
-        until("the end of the helpers", lambda: not any(pathlib.Path(f"/proc/{pid}").exists() for pid in helpers))
+        until("the end of both", lambda: not resident(agent) and not resident(server))
 
     def test_the_words_as_they_were_said_are_pasted_whatever_fails(self):
         editor = self.open(QtEditor)
@@ -216,8 +222,11 @@ class SmartDictation(Writing):
                 editor.wait_text(written)
 
 
-PLACES = {"openai-luna": ("openAI", "openai-api", "OPENAI_API_KEY"), "gemini-flash": ("gemini", "gemini-api", "GEMINI_API_KEY"),
-          "mistral-small": ("mistral", "mistral-api", "MISTRAL_API_KEY")}
+SERVICES = [  # a model, its provider, and where its key lies
+    ("openai-luna", "openAI", "openai-api", "OPENAI_API_KEY"),
+    ("gemini-flash", "gemini", "gemini-api", "GEMINI_API_KEY"),
+    ("mistral-small", "mistral", "mistral-api", "MISTRAL_API_KEY"),
+]
 
 
 class Keys(Writing):
@@ -231,9 +240,9 @@ class Keys(Writing):
                             f"2> >(tee -a '{self.folder}/agent-err' >&2)\n")
         recorder.chmod(0o700)
         (self.folder / "tmp").mkdir()
+        addresses = {f"TALLOWFERN_{name}_BASE_URL": self.service.address for name in ("OPENAI", "GEMINI", "MISTRAL")}
         self.prepare_writing(TALLOWFERN_TALLOWFERN_AGENT_PATH=str(recorder), TMPDIR=str(self.folder / "tmp"),
-                             TALLOWFERN_CA_FILE=str(self.service.authority),
-                             **{f"TALLOWFERN_{name}_BASE_URL": self.service.address for name in ("OPENAI", "GEMINI", "MISTRAL")})
+                             TALLOWFERN_CA_FILE=str(self.service.authority), **addresses)
 
     def store(self, place, account):
         """As the manual says, by its own words."""
@@ -242,11 +251,11 @@ class Keys(Writing):
         subprocess.run(["sh", "-c", line], input=self.key.encode(), check=True, timeout=PATIENCE)
 
     def traces(self):
-        """Files of this desktop, and processes by their number and name, that hold the key."""
+        """What was looked at, and what of it holds the key: files of this desktop, what processes were started with."""
         forms = self.key.encode(), self.key.encode("utf-16-le")
         looked_at, found = set(), set()
-        processes = [path for folder in pathlib.Path("/proc").glob("[0-9]*") for path in (folder / "environ", folder / "cmdline")]
-        for path in [*DESKTOP.rglob("*"), *processes]:
+        started_with = (path for name in ("environ", "cmdline") for path in pathlib.Path("/proc").glob(f"[0-9]*/{name}"))
+        for path in (*DESKTOP.rglob("*"), *started_with):
             try:
                 data = path.read_bytes() if path.is_file() else b""
             except (FileNotFoundError, ProcessLookupError, PermissionError):
@@ -257,12 +266,10 @@ class Keys(Writing):
                 found.add(str(path))
         return looked_at, found
 
-    def assert_no_traces(self, *processes):
+    def assert_no_traces(self, *must_be_looked_at):
         looked_at, found = self.traces()
         self.assertEqual(found, set())
-        for process in processes:
-            self.assertLessEqual({f"/proc/{process}/environ", f"/proc/{process}/cmdline"}, looked_at)
-        return looked_at
+        self.assertLessEqual({str(path) for path in must_be_looked_at}, looked_at)
 
     def ask(self, model):
         out, err = self.folder / "ask-out", self.folder / "ask-err"
@@ -273,10 +280,9 @@ class Keys(Writing):
         return asking, out, err
 
     def test_the_search_finds_what_is_there(self):
-        planted = self.folder / "data/.hidden/file"
+        planted, wide = self.folder / "data/.hidden/file", DESKTOP / "run/wide"
         planted.parent.mkdir(parents=True)
         planted.write_bytes(b"..." + self.key.encode() + b"...")
-        wide = DESKTOP / "run/wide"
         self.addCleanup(wide.unlink)
         wide.write_bytes(self.key.encode("utf-16-le"))
         told = subprocess.Popen(["sh", "-c", "read line", self.key], stdin=subprocess.PIPE)
@@ -284,39 +290,43 @@ class Keys(Writing):
         for process in (told, knows):
             self.addCleanup(process.wait)
             self.addCleanup(process.stdin.close)
-        self.assertEqual(self.traces()[1], {str(planted), str(wide), f"/proc/{told.pid}/cmdline", f"/proc/{knows.pid}/environ"})
+        self.assertEqual(self.traces()[1],
+                         {str(planted), str(wide), f"/proc/{told.pid}/cmdline", f"/proc/{knows.pid}/environ"})
 
     def test_a_key_of_the_keyring_reaches_its_service_and_nobody_else(self):
-        for _, place, account in PLACES.values():
+        for _, _, place, account in SERVICES:
             self.store(place, account)
         self.app.start("sh", "-c", f"exec \"$@\" >'{self.folder}/stdout'", "sh")
-        for model, (provider, *_) in PLACES.items():
+        for model, provider, *_ in SERVICES:
             with self.subTest(provider):
-                self.service.requests.clear()
-                finished = threading.Event()
-                self.addCleanup(finished.set)
-                answer = ANSWERS[provider]("Grüße.")
-                self.service.replies = [Reply(answer, piece=answer.index(b"\n\n") + 2, until=finished)]
-                asking, out, err = self.ask(model)
-                until("the request", lambda: self.service.requests)
-                until("the words", lambda: out.read_text().startswith("Grüße."))
-                [agent] = [pid for pid in children(asking.pid)[0] if "agent" in pathlib.Path(f"/proc/{pid}/cmdline").read_text()]
-                self.assert_no_traces(self.app.process.pid, asking.pid, agent)
-                finished.set()
-                self.assertEqual((asking.wait(PATIENCE), out.read_text(), err.read_text()), (0, "Grüße.\n", ""))
-                [(_, headers, _)] = self.service.requests
-                named = {name.lower(): value for name, value in headers.items()}
-                self.assertEqual(named["x-goog-api-key"] if provider == "gemini" else named["authorization"],
-                                 self.key if provider == "gemini" else f"Bearer {self.key}")
-                self.service.replies = [Reply(json.dumps({"error": {"message": f"{self.key} is odd"}}).encode(), 400)]
-                asking, out, err = self.ask(model)
-                self.assertEqual((asking.wait(PATIENCE), out.read_text()), (1, ""))
-                self.assertRegex(err.read_text(), "could not answer: … is odd\n")
+                self.assert_answers(model, provider)
+                self.assert_refusal_is_told_without_the_key(model)
         self.app.end()
-        looked_at = self.assert_no_traces()
-        keyrings = DESKTOP / "home/.local/share/keyrings"
-        wanted = {self.app.data / "Agent/sessions.sqlite", self.folder / "agent-out", keyrings / "login.keyring"}
-        self.assertLessEqual({str(path) for path in wanted}, looked_at)
+        self.assert_no_traces(self.app.data / "Agent/sessions.sqlite", self.folder / "agent-out",
+                              DESKTOP / "home/.local/share/keyrings/login.keyring")
+
+    def assert_answers(self, model, provider):
+        finished = threading.Event()
+        self.addCleanup(finished.set)
+        answer = ANSWERS[provider]("Grüße.")
+        self.service.requests.clear()
+        self.service.replies = [Reply(answer, piece=answer.index(b"\n\n") + 2, until=finished)]
+        asking, out, err = self.ask(model)
+        until("the words", lambda: out.read_text() == "Grüße.")
+        agent = agent_of(asking.pid)
+        self.assert_no_traces(*(f"/proc/{pid}/{name}" for pid in (self.app.process.pid, asking.pid, agent)
+                                for name in ("environ", "cmdline")))
+        finished.set()
+        self.assertEqual((asking.wait(PATIENCE), out.read_text(), err.read_text()), (0, "Grüße.\n", ""))
+        [(_, headers, _)] = self.service.requests
+        named = {name.lower(): value for name, value in headers.items()}
+        self.assertEqual(named.get("x-goog-api-key") or named["authorization"].removeprefix("Bearer "), self.key)
+
+    def assert_refusal_is_told_without_the_key(self, model):
+        self.service.replies = [Reply(json.dumps({"error": {"message": f"{self.key} is odd"}}).encode(), 400)]
+        asking, out, err = self.ask(model)
+        self.assertEqual((asking.wait(PATIENCE), out.read_text()), (1, ""))
+        self.assertRegex(err.read_text(), "could not answer: … is odd\n$")
 
 
 if __name__ == "__main__":
