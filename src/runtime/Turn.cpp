@@ -116,7 +116,8 @@ QCoro::Task<AnswerRequest> Turn::findService(std::stop_token stop)
     service.model = *m_request.model;
     service.effort = m_request.reasoningEffort.value_or(AgentReasoningEffort::Automatic);
     if (isCloud(service.model.provider)) {
-        service.key = *m_request.cloudAPIKey;
+        // One that came into the keyring through a pipe brings its line end, which no header can carry.
+        service.key = Secret(m_request.cloudAPIKey->reveal().trimmed());
         m_contextTokens = kCloudContextTokens;
         co_return service;
     }

@@ -245,10 +245,10 @@ class Keys(Writing):
                              TALLOWFERN_CA_FILE=str(self.service.authority), **addresses)
 
     def store(self, place, account):
-        """As the manual says, by its own words."""
+        """As the manual says, by its own words; one who pipes the key in adds a line end."""
         [line] = re.findall(r"`(secret-tool store [^`]*)`", (SOURCE / "README.md").read_text())
         line = line.replace("openai-api", place).replace("OPENAI_API_KEY", account)
-        subprocess.run(["sh", "-c", line], input=self.key.encode(), check=True, timeout=PATIENCE)
+        subprocess.run(["sh", "-c", line], input=f"{self.key}\n".encode(), check=True, timeout=PATIENCE)
 
     def traces(self):
         """What was looked at, and what of it holds the key: files of this desktop, what processes were started with."""
