@@ -1,5 +1,6 @@
 #include "CommandDesk.h"
 #include "agent/protocol/AgentRuntimeError.h"
+#include "core/PromptProfiles.h"
 
 #include <gmock/gmock.h>
 
@@ -380,6 +381,27 @@ TEST(Command, SpeaksByAProfileAndItsFollowUpsToo)
     EXPECT_FALSE(d.request().trustedInstructions->contains(u"pirate"_s));
     EXPECT_EQ(d.requests(), 3);
     EXPECT_EQ(d.conversations().value(0).messages.size(), 5);
+}
+
+TEST(PromptProfiles, AreFiveAtMostEachWithAShortcutOfItsOwn)
+{
+    CommandDesk d;
+    Preferences& preferences = d.app->preferences;
+    for (int i = 0; i < 6; ++i)
+        addPromptProfile(preferences);
+    QList<AgentPromptProfile> profiles = preferences.agentSettings().promptProfiles;
+    ASSERT_EQ(profiles.size(), 5);
+    EXPECT_EQ(profiles.last().name, u"Profile 5"_s);
+    EXPECT_EQ(profiles.last().shortcut.keyCode, 23U);
+    for (const AgentPromptProfile& each : profiles) {
+        d.tap(each.shortcut);
+        d.desk.clock.advance(1);
+        EXPECT_EQ(d.shown().phaseDetail, each.name);
+        d.cancel();
+    }
+    removePromptProfile(preferences, profiles[1].id);
+    addPromptProfile(preferences);
+    EXPECT_EQ(preferences.agentSettings().promptProfiles.last().shortcut, profiles[1].shortcut);
 }
 
 TEST(Command, WaitsForTheKeyAndCanBeCancelledMeanwhile)

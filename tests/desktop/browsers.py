@@ -54,8 +54,8 @@ class Browser(Editor):
 
 
 class Chromium(Browser):
-    def __init__(self):
-        super().__init__("chromium", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+    def __init__(self, *options):
+        super().__init__("chromium", *options, "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                          "--disable-background-networking", "--disable-component-update", "--disable-sync",
                          f"--user-data-dir={DESKTOP}/chromium", "--password-store=basic")
 

@@ -48,8 +48,6 @@ class CommandTest(DeskTest):
     def start_with(self, model, environment=None, **settings):
         return self.start(preferences(**settings), model.environment | (environment or {}))
 
-
-class Written(CommandTest):
     def refine_until_the_user_edits(self, kind):
         model = WritingModel(self.folder, texts=[NEW, SHORT, SHORTEST, "Sun."])
         self.start_with(model)
@@ -82,6 +80,8 @@ class Written(CommandTest):
         self.assertEqual(clipboard(), "Sun.")
         editor.wait_text("Hello Rain!.")
 
+
+class Written(CommandTest):
     def test_replaces_the_selection_and_refines_its_own_text_in_a_gtk_editor(self):
         self.refine_until_the_user_edits(Mousepad)
 
