@@ -42,7 +42,7 @@ installed_version() { in_debian dpkg-query -W -f '${Version}' tallowfern; }
 install_package() {
   cp "$package" "$debian/tmp/"
   apt_get "Installing the package" install "/tmp/$(basename "$package")"
-  in_debian sh -c 'ldd /usr/bin/tallowfern /usr/lib/tallowfern/*-*' | grep "not found" &&
+  in_debian sh -c 'find /usr/bin/tallowfern /usr/lib/tallowfern -maxdepth 1 -type f -executable -exec ldd {} +' | grep "not found" &&
     fail "Installing the package" "It lacks the libraries named above."
   in_debian dpkg -L tallowfern | sed 1d >"$debian/tmp/files" # the first one is /.
 }
