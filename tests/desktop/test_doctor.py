@@ -29,7 +29,7 @@ class Doctor(DeskTest):
         self.start()
         _, found = self.ask()
         self.assertEqual(found["Tallowfern"]["detail"], "running")
-        self.assertEqual(found["Hot keys"]["detail"], "Alt+Space, Ctrl+Alt+Space")
+        self.assertEqual(found["Hot keys"]["detail"], "Alt+Space, Ctrl+Alt+Space, Alt+Shift+Space")
 
     def test_it_tells_what_is_broken(self):
         self.app = self.prepare(environment={"TALLOWFERN_WHISPER_CLI_PATH": "/nowhere/whisper-cli"})
