@@ -41,7 +41,7 @@ class CommandTest(DeskTest):
 
     def write_into(self, editor, text):
         """As a user types, with the last word selected."""
-        run("xdotool", "type", "--delay", "1", text, check=True)
+        run("xdotool", "type", "--delay", "20", text, check=True)
         until("the typed text", lambda: editor.text().strip() == text)
         press("ctrl+shift+Left")
 
