@@ -3,43 +3,22 @@
 #include "foundation/LocalizedError.h"
 #include "foundation/Words.h"
 
-#include <QBuffer>
-#include <QImage>
-#include <QImageReader>
+#include <QCoreApplication>
+#include <QLibrary>
 
 namespace tallowfern {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-constexpr qsizetype kLargestPng = 4 << 20; // bytes; the services take 7 to 20 MB a request
-constexpr int kJpegQuality = 85;
-
-QByteArray encoded(const QImage& image, const char* format, int quality)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format, quality);
-    return bytes;
-}
-
+/// In a module of its own, because the library for images takes a third of the runtime's memory.
 bool load(PromptImage& picture, int longestSide)
 {
-    QImageReader reader(picture.filePath);
-    reader.setDecideFormatFromContent(true);
-    QImage image = reader.read();
-    if (image.isNull())
-        return false;
-    if (std::max(image.width(), image.height()) > longestSide)
-        image = image.scaled(longestSide, longestSide, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    QByteArray bytes = encoded(image, "PNG", -1);
-    picture.mimeType = "image/png";
-    if (bytes.size() > kLargestPng) {
-        bytes = encoded(image.convertToFormat(QImage::Format_RGB888), "JPEG", kJpegQuality);
-        picture.mimeType = "image/jpeg";
-    }
-    picture.base64 = bytes.toBase64();
-    return true;
+    using Shrink = bool (*)(PromptImage&, int);
+    static QLibrary module(QCoreApplication::applicationDirPath() + u"/libtallowfern-pictures.so"_s);
+    const auto shrink = reinterpret_cast<Shrink>(module.resolve("tallowfernShrinkPicture"));
+    return shrink && shrink(picture, longestSide);
 }
 
 } // namespace
