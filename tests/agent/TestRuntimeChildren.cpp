@@ -17,6 +17,22 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// Starts real programs, and says when the one who asked for the newest has it.
+class WatchedLauncher final : public ProcessLauncher {
+public:
+    QCoro::Task<std::unique_ptr<ChildProcess>> launch(ProcessRequest request) override
+    {
+        hasLaunched = false;
+        std::unique_ptr<ChildProcess> child = co_await m_launcher.launch(request);
+        hasLaunched = true;
+        co_return child;
+    }
+    bool hasLaunched = false;
+
+private:
+    LinuxProcessLauncher m_launcher;
+};
+
 /// The service with real children, each of which behaves as told.
 class RuntimeChildren : public testing::Test {
 protected:
@@ -51,7 +67,7 @@ protected:
     }
     QCoro::Task<> untilLaunched()
     {
-        while (!QFile::exists(m_folder.filePath(m_mode + u".pid"_s)))
+        while (!m_launcher.hasLaunched || !QFile::exists(m_folder.filePath(m_mode + u".pid"_s)))
             co_await m_clock.sleep(0.01);
     }
     bool childIsGone() const
@@ -77,7 +93,7 @@ protected:
 
     std::function<void(const AgentRuntimeEvent&)> onEvent;
     SystemClock m_clock;
-    LinuxProcessLauncher m_launcher;
+    WatchedLauncher m_launcher;
     std::optional<AgentRuntimeService> m_service;
     QUuid m_latest;
     int m_events = 0;
