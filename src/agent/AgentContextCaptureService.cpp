@@ -114,7 +114,8 @@ QCoro::Task<std::optional<QString>> AgentContextCaptureService::awaitCopy(
     const std::stop_token ended = m_lifetime.token();
     const double deadline = m_with.clock.now() + kCopyDeadline;
     qint64 seen = countBefore;
-    for (double left = kCopyDeadline; left > 0; left = deadline - m_with.clock.now()) {
+    while (m_with.clock.now() < deadline) {
+        const double left = deadline - m_with.clock.now();
         if (m_with.pasteboard.changeCount() == seen)
             co_await sleepUntilSignal(m_with.clock, left, &m_with.pasteboard, &Pasteboard::changed);
         if (ended.stop_requested())

@@ -115,7 +115,7 @@ std::optional<CommandSession::Refusal> CommandSession::refusal(bool includeScree
         return Refusal{words("Microphone access is required."), Place::Permissions};
     if ((settings.includeSelectedText || settings.automaticPaste) && !m_with.permissions.accessibilityGranted())
         return Refusal{accessibilityRequirementMessage(settings), Place::Permissions};
-    if (const auto refused = refusalByModel(includeScreenshot))
+    if (auto refused = refusalByModel(includeScreenshot))
         return refused;
     const auto speechModel = selectedModel(m_with.speechModels, m_with.preferences);
     if (!speechModel || !m_with.speechModels.isInstalled(*speechModel))
