@@ -86,7 +86,7 @@ Completion<bool> AtspiFocus::seekIn(qint64 processIdentifier)
 {
     if (m_seeking)
         return *m_seeking;
-    const Completion<bool> over;
+    Completion<bool> over;
     m_seeking = over;
     seek(processIdentifier, m_lifetime.token());
     return over;
