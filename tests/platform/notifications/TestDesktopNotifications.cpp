@@ -18,6 +18,9 @@ namespace {
 const QStringList kEverything = {u"actions"_s, u"body"_s, u"body-markup"_s};
 
 class Notifying : public testing::Test {
+public:
+    ~Notifying() override { stopServer(); }
+
 protected:
     static void SetUpTestSuite()
     {
@@ -40,7 +43,6 @@ protected:
         center.onClick = [this](const QString& identifier) { clicked.append(identifier); };
         QObject::connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, &center, [this] { ++m_ownerChanges; });
     }
-    ~Notifying() override { stopServer(); }
 
     /// Ends the one before; the center knows when this returns.
     NotificationServer& startServer(const QStringList& capabilities)
